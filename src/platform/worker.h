@@ -1,0 +1,41 @@
+// The other end of isolation.h: what a worker program is made of.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "foundation/property_list.h"
+
+namespace corvy::platform {
+
+// The way back to the caller while an operation runs.
+class WorkerChannel {
+public:
+    virtual ~WorkerChannel() = default;
+    // Hands a part of the result over; it counts even if the operation fails later.
+    virtual void sendPart(const PropertyList& part) = 0;
+    // Asks the caller and waits for the answer; the null placeholder when nobody answers.
+    virtual PropertyList ask(const PropertyList& question) = 0;
+};
+
+// The result, or none. What it throws counts as none.
+using WorkerOperation =
+    std::function<std::optional<PropertyList>(const Dictionary& arguments, WorkerChannel& channel)>;
+
+struct WorkerFamily {
+    std::string name;
+    std::map<std::string, std::string> libraries;  // name to version, for the status
+    std::function<void()> initialise;              // once, before the first fork; may be empty
+    std::map<std::string, WorkerOperation> operations;
+};
+
+// The whole of a worker program. Started by a pool it serves until the pool goes; started by hand
+//     corvystack-worker-FAMILY --once OPERATION [KEY=VALUE | KEY=@FILE]...
+// it runs one operation in this very process, without limits, and prints parts and result as JSON
+// (for debuggers, sanitizers and profilers). VALUE is true, false, a number or text; @FILE gives
+// the bytes of a file. Every family also has the operation "libraries".
+int workerMain(const WorkerFamily& family, int argc, char** argv);
+
+}  // namespace corvy::platform
