@@ -23,9 +23,9 @@ std::u16string icuVersion() {
 
 Dictionary serviceLibraries() {
     return {
-        {u"GLib", fromUtf8(std::to_string(glib_major_version) + "." +
-                           std::to_string(glib_minor_version) + "." +
-                           std::to_string(glib_micro_version))},
+        {u"GLib",
+         fromUtf8(std::to_string(glib_major_version) + "." + std::to_string(glib_minor_version) +
+                  "." + std::to_string(glib_micro_version))},
         {u"ICU", icuVersion()},
         {u"libsystemd", fromUtf8(CORVY_LIBSYSTEMD_VERSION)},
     };
