@@ -107,16 +107,17 @@ TEST(ChildProcess, SharesOnlyWhatItShould) {
     setenv("CORVY_TEST_KEPT", "kept", 1);
     setenv("CORVY_TEST_CHANGED", "old", 1);
     const int open = dup(STDERR_FILENO);  // not close-on-exec
-    ChildSetup setup = shell("echo $CORVY_TEST_KEPT $CORVY_TEST_CHANGED $CORVY_TEST_ADDED > '" +
-                             result + "'; test -e /proc/self/fd/" + std::to_string(open) +
-                             " && echo leaked >> '" + result + "'; exit 0");
+    ChildSetup setup = shell(
+        "exec > '" + result + "'; echo $CORVY_TEST_KEPT $CORVY_TEST_CHANGED $CORVY_TEST_ADDED; " +
+        "tr '\\0' '\\n' < /proc/$$/environ | grep -c CORVY_TEST_; " + "test -e /proc/self/fd/" +
+        std::to_string(open) + " && echo leaked; exit 0");
     setup.environment = {{"CORVY_TEST_CHANGED", "new"}, {"CORVY_TEST_ADDED", "a=b"}};
     ChildProcess child(setup);
     EXPECT_TRUE(child.launchAndWaitUntilExit());
     close(open);
     unsetenv("CORVY_TEST_KEPT");
     unsetenv("CORVY_TEST_CHANGED");
-    EXPECT_EQ(test::contentsOf(result), "kept new a=b\n");
+    EXPECT_EQ(test::contentsOf(result), "kept new a=b\n3\n");
 }
 
 TEST(ChildProcess, SignalsOfTheParentDoNotLameTheChild) {

@@ -33,7 +33,7 @@ std::string TemporaryFolder::file(std::string_view name) const {
 }
 
 std::string TemporaryFolder::script(std::string_view name, std::string_view body) const {
-    const std::string path = file(name);
+    std::string path = file(name);
     std::ofstream(path) << "#!/bin/sh\n" << body << '\n';
     chmod(path.c_str(), 0700);
     return path;
