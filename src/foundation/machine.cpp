@@ -22,7 +22,8 @@ std::optional<std::string> hardwareName() {
 }
 
 std::optional<long> cpus() {
-    const long count = sysconf(_SC_NPROCESSORS_CONF);
+    // Not the configured ones: a virtual machine configures what it could ever be given.
+    const long count = sysconf(_SC_NPROCESSORS_ONLN);
     if (count < 0) return std::nullopt;
     return count;
 }
