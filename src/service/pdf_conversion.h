@@ -19,18 +19,18 @@ namespace corvy {
 inline constexpr double kPdfTextTimeout = 60;
 
 struct PdfConversionOptions {
-    bool attributed = false;             // "String" is RTFD bytes instead of plain text
-    std::optional<std::u16string> file;  // where the PDF lies, when the importer may be asked
-    bool size = false;                   // add "Size", "PixelSize" and "Alpha"
+    bool attributed = false;                  // "String" is RTFD bytes instead of plain text
+    std::optional<std::u16string> file = {};  // where the PDF lies, when the importer may be asked
+    bool size = false;                        // add "Size", "PixelSize" and "Alpha"
 };
 
 // What a conversion calls on.
 struct PdfConversionContext {
     // Runs a worker's operation; the pool's `run`.
-    std::function<std::optional<PropertyList>(const platform::WorkerRequest&)> runWorker;
+    std::function<std::optional<PropertyList>(const platform::WorkerRequest&)> runWorker = {};
     // The importer's text of a file; may be empty.
     std::function<std::optional<std::u16string>(const std::u16string& path)>
-        textContentOfFileAtPath;
+        textContentOfFileAtPath = {};
 };
 
 // The result dictionary of a PDF, or none when there are no bytes or they are not a PDF: "Locked"
