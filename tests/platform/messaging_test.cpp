@@ -216,6 +216,7 @@ TEST_F(ServiceTest, DeathOfTheServiceIsKnownAtOnce) {
     EXPECT_LT(late, 1);
     killer.join();
     EXPECT_EQ(failureOf([&] { service->call("stillBusy", {}); }), Kind::connectionLost);
+    service_->kill();             // waits for its last socket to close
     EXPECT_EQ(proxy(), nullptr);  // its socket is still there, but nobody listens
     EXPECT_TRUE(std::filesystem::exists(socketFile()));
 }
