@@ -350,8 +350,10 @@ Dictionary SocketProxy::status() {
 
 }  // namespace
 
-std::unique_ptr<RootProxy> rootProxyForConnectionWithRegisteredName(std::string_view name) {
-    std::optional<std::string> path = socketPath(runtimeDirectory(), name);
+std::unique_ptr<RootProxy> rootProxyForConnectionWithRegisteredName(std::string_view name,
+                                                                    std::string_view folder) {
+    std::optional<std::string> path =
+        socketPath(folder.empty() ? runtimeDirectory() : std::string(folder), name);
     if (!path) return nullptr;
     Descriptor socket;
     const Reach reached = reach(*path, socket);
