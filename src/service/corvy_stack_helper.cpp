@@ -140,7 +140,14 @@ std::optional<Dictionary> CorvyStackHelper::imageWithContentsOfFile(std::u16stri
 
 std::optional<Dictionary> CorvyStackHelper::attributedStringWithPDF(bool attributed,
                                                                     const Bytes& pdf) {
-    return std::nullopt;
+    PdfConversionContext context;
+    context.runWorker = [this](const platform::WorkerRequest& request) {
+        return workers_.run(request);
+    };
+    context.textContentOfFileAtPath = [this](const std::u16string& path) {
+        return mdimporter_->textContentOfFileAtPath(path);
+    };
+    return ::corvy::attributedStringWithPDF(pdf, {.attributed = attributed}, context);
 }
 
 Dictionary CorvyStackHelper::posterImageForMovieWithFile(std::u16string_view) {

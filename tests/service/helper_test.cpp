@@ -11,7 +11,7 @@
 #include <iterator>
 
 #include "foundation/text.h"
-#include "support/helper_process.h"
+#include "tests/support/helper_process.h"
 
 namespace corvy {
 namespace {

@@ -19,37 +19,20 @@
 
 #include "client/im_export.h"
 #include "platform/messaging.h"
+#include "tests/support/processes.h"
 
 namespace corvy::test {
-
-// A folder that goes with the value.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "corvy.XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
 
 // A runtime folder for this process and its children, as long as the value lives.
 class RuntimeFolder {
 public:
-    RuntimeFolder() { setenv("CORVYSTACK_RUNTIME_DIR", folder_.path().c_str(), 1); }
+    RuntimeFolder() { setenv("CORVYSTACK_RUNTIME_DIR", path_.c_str(), 1); }
     ~RuntimeFolder() { unsetenv("CORVYSTACK_RUNTIME_DIR"); }
-    const std::string& path() const { return folder_.path(); }
+    const std::string& path() const { return path_; }
 
 private:
     TemporaryFolder folder_;
+    std::string path_ = folder_.file("");
 };
 
 // The processes whose parent is the given one.
