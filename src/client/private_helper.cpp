@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <cassert>
 #include <chrono>
@@ -53,7 +54,8 @@ bool PrivateHelper::start() {
     if (folder_.empty()) return false;
     child_ = std::make_unique<ChildProcess>(
         ChildSetup{.launchPath = options_.path,
-                   .environment = {{"CORVYSTACK_RUNTIME_DIR", folder_}},
+                   .environment = {{"CORVYSTACK_RUNTIME_DIR", folder_},
+                                   {"CORVYSTACK_OWNER", std::to_string(getpid())}},
                    .discardsOutput = !options_.logging,
                    .ownGroup = true});
     try {
