@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <utility>
 
 #include "foundation/text.h"
@@ -112,12 +113,22 @@ std::optional<std::pair<Descriptor, Descriptor>> socketPair(int type) {
     return std::pair(Descriptor(ends[0]), Descriptor(ends[1]));
 }
 
+// A name that nobody else can have taken; nothing is made yet.
+std::string newTemporaryFolder() {
+    std::random_device random;
+    const std::uint64_t number = (std::uint64_t{random()} << 32) | random();
+    std::error_code error;
+    return (std::filesystem::temp_directory_path(error) / "corvystack-").string() +
+           std::to_string(number);
+}
+
 // -1 when it cannot be started. The program gets the null device as standard input and output, our
 // standard error, and of all other descriptors only the control socket.
-pid_t spawnProgram(const std::string& path, int control) {
+pid_t spawnProgram(const std::string& path, std::string temporaryFolder, int control) {
     std::string name = path;
     std::string serve = "--serve";
-    const std::array<char*, 3> arguments{name.data(), serve.data(), nullptr};
+    const std::array<char*, 4> arguments{name.data(), serve.data(), temporaryFolder.data(),
+                                         nullptr};
 
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
@@ -154,12 +165,14 @@ public:
     static std::shared_ptr<Worker> spawned(const std::string& path) {
         auto ends = socketPair(SOCK_SEQPACKET);
         if (!ends) return nullptr;
-        const pid_t pid = spawnProgram(path, ends->second.get());
+        const std::string folder = newTemporaryFolder();
+        const pid_t pid = spawnProgram(path, folder, ends->second.get());
         if (pid < 0) return nullptr;
-        return std::make_shared<Worker>(pid, std::move(ends->first));
+        return std::make_shared<Worker>(pid, std::move(ends->first), folder);
     }
 
-    Worker(pid_t pid, Descriptor control) : pid_(pid), control_(std::move(control)) {}
+    Worker(pid_t pid, Descriptor control, std::string temporaryFolder)
+        : pid_(pid), control_(std::move(control)), temporaryFolder_(std::move(temporaryFolder)) {}
     ~Worker() {
         // It kills its children and closes the socket by ending.
         ::shutdown(control_.get(), SHUT_WR);
@@ -171,6 +184,8 @@ public:
         ::kill(pid_, SIGKILL);
         while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
         }
+        std::error_code error;
+        std::filesystem::remove_all(temporaryFolder_, error);  // it did so itself unless killed
     }
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
@@ -213,6 +228,7 @@ public:
 private:
     pid_t pid_;
     Descriptor control_;
+    std::string temporaryFolder_;
     Clock::time_point spawnedAt_ = Clock::now();
     std::uint64_t lastOperation_ = 0;
     bool isServing_ = false;
@@ -228,16 +244,17 @@ enum class Outcome {
 // One operation, from its start to its end, whichever way it ends.
 class Operation {
 public:
-    Operation(Worker& worker, const WorkerRequest& request, Clock::time_point deadline)
-        : worker_(worker), request_(request), deadline_(deadline) {
+    Operation(std::shared_ptr<Worker> worker, const WorkerRequest& request,
+              Clock::time_point deadline)
+        : worker_(std::move(worker)), request_(request), deadline_(deadline) {
         auto ends = socketPair(SOCK_STREAM);
         if (!ends) return;
-        number_ = worker.start(request.limits, ends->second.get());
+        number_ = worker_->start(request.limits, ends->second.get());
         if (number_) channel_ = std::move(ends->first);
     }
     // After an exception too: the child does not outlive the call.
     ~Operation() {
-        if (number_) worker_.end(*number_);
+        if (number_) worker_->end(*number_);
     }
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
@@ -253,9 +270,9 @@ public:
     bool clearAway() {
         if (!number_) return false;
         // One that is still loading finds the channel closed when it gets to the operation.
-        if (!worker_.hasStarted()) return true;
+        if (!worker_->hasStarted()) return true;
         channel_.reset();
-        return worker_.endAndConfirm(*std::exchange(number_, std::nullopt));
+        return worker_->endAndConfirm(*std::exchange(number_, std::nullopt));
     }
 
     PropertyList result;
@@ -290,7 +307,7 @@ private:
     bool take(Frame frame) {
         if (!hasBegun_) {
             hasBegun_ = frame.kind == FrameKind::began;
-            if (hasBegun_) worker_.setServing();
+            if (hasBegun_) worker_->setServing();
             return hasBegun_;
         }
         if (frame.kind == FrameKind::part) {
@@ -318,7 +335,8 @@ private:
                                     : pollUntil(channel_.get(), events, deadline_);
     }
 
-    Worker& worker_;
+    // Kept, since a request that is served inside may find the program dead and replace it.
+    std::shared_ptr<Worker> worker_;
     const WorkerRequest& request_;
     Clock::time_point deadline_;
     std::optional<std::uint64_t> number_;
@@ -369,7 +387,7 @@ std::optional<PropertyList> WorkerPool::run(const WorkerRequest& request) {
             isFresh = true;
         }
         if (!worker) return std::nullopt;
-        Operation operation(*worker, request, deadline);
+        Operation operation(worker, request, deadline);
         const Outcome outcome = operation.run();
         if (outcome == Outcome::answered) return std::move(operation.result);
         if (worker->isGone() || !operation.clearAway()) state_->drop(request.family, worker);
