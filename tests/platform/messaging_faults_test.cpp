@@ -224,27 +224,60 @@ TEST_F(ForeignClientTest, NestingAndCountsAreBounded) {
     expectAlive();
 }
 
-TEST_F(ForeignClientTest, AClientThatNeverReadsIsHeldBack) {
-    // Two thousand requests for a hundred kilobytes each, and no reply is taken.
-    const std::vector<char> bytes(100'000, 'x');
-    for (int i = 0; i < 2000; ++i) {
-        sd_bus_message* made = nullptr;
-        ASSERT_GE(sd_bus_message_new_method_call(bus_.get(), &made, nullptr, "/TestObject",
-                                                 "org.corvystack.Test1", "Echo"),
-                  0);
-        const Message owner(made);
-        sd_bus_message_open_container(made, 'a', "v");
-        sd_bus_message_open_container(made, 'v', "ay");
-        sd_bus_message_append_array(made, 'y', bytes.data(), bytes.size());
-        sd_bus_message_close_container(made);
-        sd_bus_message_close_container(made);
-        ASSERT_GE(sd_bus_send(bus_.get(), made, nullptr), 0);
-        // Writing goes on while the service takes it.
-        for (int spin = 0; spin < 3; ++spin) {
-            pollfd wait = {sd_bus_get_fd(bus_.get()), POLLOUT, 0};
-            poll(&wait, 1, 0);
-        }
+// An "Echo" of a hundred thousand bytes, as it travels.
+std::string echoMessage() {
+    std::string fields;
+    const auto field = [&](char code, char type, std::string_view text) {
+        fields += {code, 1, type, 0};
+        const auto length = static_cast<std::uint32_t>(text.size());
+        fields.append(reinterpret_cast<const char*>(&length), type == 'g' ? 1 : 4);
+        fields.append(text) += '\0';
+        fields.resize((fields.size() + 7) / 8 * 8);
+    };
+    field(1, 'o', "/TestObject");
+    field(3, 's', "Echo");
+    field(8, 'g', "av");
+    constexpr std::uint32_t kBytes = 100'000;
+    const std::uint32_t array = kBytes + 8;  // the signature "ay", padded, and its length
+    std::string body(reinterpret_cast<const char*>(&array), 4);
+    body += std::string_view("\2ay\0", 4);
+    body.append(reinterpret_cast<const char*>(&kBytes), 4).append(kBytes, 'x');
+    return callHead(static_cast<std::uint32_t>(body.size()),
+                    static_cast<std::uint32_t>(fields.size())) +
+           fields + body;
+}
+
+TEST_F(ServiceTest, AClientThatNeverReadsIsHeldBack) {
+    const Descriptor fd = connectTo(socketFile());
+    ASSERT_GT(send(fd.get(), kGreeting.data(), kGreeting.size(), MSG_NOSIGNAL), 0);
+    const std::string message = echoMessage();
+    std::string pending;
+    std::size_t taken = 0;
+    constexpr std::size_t kEnough = 100'000'000;
+    pollfd wait = {fd.get(), POLLOUT, 0};
+    while (taken < kEnough && poll(&wait, 1, 500) > 0) {
+        if (pending.empty()) pending = message;
+        const ssize_t count =
+            send(fd.get(), pending.data(), pending.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        ASSERT_GT(count, 0);
+        pending.erase(0, static_cast<std::size_t>(count));
+        taken += static_cast<std::size_t>(count);
     }
+    EXPECT_GT(taken, 1'000'000U);  // it was served at first
+    EXPECT_LT(taken, 40'000'000U);
+    expectAlive();
+}
+
+TEST_F(ServiceTest, OutOfDescriptorsItWaitsForBetterTimes) {
+    service_ = std::make_unique<OtherProcess>(
+        std::vector<std::string>{"sh", "-c", "ulimit -n 32; exec " + peerProgram() + " " + kName});
+    ASSERT_EQ(service_->line(), "registered");
+    const auto early = proxy();
+    EXPECT_EQ(early->call("echo:", {u"x"}), RemoteValue(u"x"));
+    std::vector<Descriptor> crowd;
+    for (int i = 0; i < 60; ++i) crowd.push_back(connectTo(socketFile()));
+    EXPECT_EQ(early->call("echo:", {u"x"}), RemoteValue(u"x"));
+    crowd.clear();
     expectAlive();
 }
 

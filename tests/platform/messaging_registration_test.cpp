@@ -204,6 +204,11 @@ TEST_F(RegistrationTest, ABusyServiceIsFoundAndWaitedFor) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(failureOf([&] { last.call("stillBusy", {}); }), TransportError::Kind::timeout);
     EXPECT_GE(secondsSince(start), 0.1);
+    // A service in its place takes the waiting client on.
+    OtherProcess service({peerProgram(), kName});
+    ASSERT_EQ(service.line(), "registered");
+    last.setRequestTimeout(10);
+    EXPECT_EQ(last.call("stillBusy", {}), RemoteValue(false));
 }
 
 TEST_F(RegistrationTest, StrangersAreRefused) {

@@ -160,7 +160,7 @@ TEST_F(ServiceTest, StatusIsReadable) {
 TEST_F(ServiceTest, RequestIsServedInsideAnothersWait) {
     std::atomic<bool> waiting = true;
     std::thread first([&] {
-        proxy()->call("runLoopFor:", {std::int64_t{1500}});
+        proxy()->call("runLoopFor:", {std::int64_t{1000}});
         waiting = false;
     });
     const auto second = proxy();
@@ -182,7 +182,7 @@ TEST_F(ServiceTest, QueueingHoldsRequestsBack) {
 TEST_F(ServiceTest, NestingEndsAtEight) {
     std::vector<std::thread> clients;
     for (int i = 0; i < 12; ++i) {
-        clients.emplace_back([&] { proxy()->call("runLoopFor:", {std::int64_t{400}}); });
+        clients.emplace_back([&] { proxy()->call("runLoopFor:", {std::int64_t{600}}); });
     }
     for (std::thread& client : clients) client.join();
     EXPECT_EQ(proxy()->call("runLoopFor:", {std::int64_t{0}}), RemoteValue(std::int64_t{8}));
@@ -232,11 +232,13 @@ TEST_F(ServiceTest, StoppedServiceTimesOutAndGoesOn) {
     ASSERT_NE(found, nullptr);
     auto start = Clock::now();
     EXPECT_EQ(failureOf([&] { service->call("echo:", {u"late"}); }), Kind::timeout);
-    EXPECT_NEAR(secondsSince(start), 0.3, 0.25);
+    EXPECT_GE(secondsSince(start), 0.3);
+    EXPECT_LT(secondsSince(start), 1.3);
     // A request that it does not even take in.
     start = Clock::now();
     EXPECT_EQ(failureOf([&] { service->call("echo:", {bytesOfSize(10 << 20)}); }), Kind::timeout);
-    EXPECT_NEAR(secondsSince(start), 0.2, 0.25);
+    EXPECT_GE(secondsSince(start), 0.2);
+    EXPECT_LT(secondsSince(start), 1.2);
     // A connection without a greeting yet.
     found->setRequestTimeout(0.1);
     EXPECT_EQ(failureOf([&] { found->call("echo:", {u"late"}); }), Kind::timeout);
