@@ -47,7 +47,7 @@ std::string callHead(std::uint32_t body, std::uint32_t fields) {
 constexpr std::string_view kGreeting("\0AUTH EXTERNAL\r\nDATA\r\nNEGOTIATE_UNIX_FD\r\nBEGIN\r\n",
                                      48);
 
-TEST_F(ServiceTest, GarbageClosesItsOwnConnectionOnly) {
+TEST_F(MessagingServiceTest, GarbageClosesItsOwnConnectionOnly) {
     std::mt19937 random(7);
     std::string noise(100'000, '\0');
     for (char& c : noise) c = static_cast<char>(random());
@@ -82,10 +82,10 @@ TEST_F(ServiceTest, GarbageClosesItsOwnConnectionOnly) {
 }
 
 // A connection through the library itself, which lets us send what our client never would.
-class ForeignClientTest : public ServiceTest {
+class MessagingForeignClientTest : public MessagingServiceTest {
 protected:
     void SetUp() override {
-        ServiceTest::SetUp();
+        MessagingServiceTest::SetUp();
         sd_bus* made = nullptr;
         ASSERT_GE(sd_bus_new(&made), 0);
         bus_.reset(made);
@@ -121,7 +121,7 @@ protected:
 
 constexpr const char* kInvalid = "org.freedesktop.DBus.Error.InvalidArgs";
 
-TEST_F(ForeignClientTest, ArgumentsThatNobodyAgreedOnAreInvalid) {
+TEST_F(MessagingForeignClientTest, ArgumentsThatNobodyAgreedOnAreInvalid) {
     EXPECT_EQ(call("Echo", "s", "x"), kInvalid);
     EXPECT_EQ(call("Echo", ""), kInvalid);
     EXPECT_EQ(call("StillBusy", "av", 0), kInvalid);
@@ -148,7 +148,7 @@ TEST_F(ForeignClientTest, ArgumentsThatNobodyAgreedOnAreInvalid) {
     expectAlive();
 }
 
-TEST_F(ForeignClientTest, OtherTypesOfToolsAreUnderstood) {
+TEST_F(MessagingForeignClientTest, OtherTypesOfToolsAreUnderstood) {
     EXPECT_EQ(call("Echo", "av", 1, "as", 2, "x", "y"), "av");
     EXPECT_EQ(call("Echo", "av", 1, "a{ss}", 1, "key", "value"), "av");
     EXPECT_EQ(call("Echo", "av", 1, "q", 7), "av");
@@ -156,7 +156,7 @@ TEST_F(ForeignClientTest, OtherTypesOfToolsAreUnderstood) {
     EXPECT_EQ(callObject("/TestObject", nullptr, "StillBusy", ""), "b");
 }
 
-TEST_F(ForeignClientTest, MemoryFilesAreDistrusted) {
+TEST_F(MessagingForeignClientTest, MemoryFilesAreDistrusted) {
     const std::vector<std::byte> page(4096, std::byte{'x'});
     const Descriptor sealed = sealedMemoryOf(page);
     const Descriptor unsealed(memfd_create("test", MFD_CLOEXEC | MFD_ALLOW_SEALING));
@@ -186,7 +186,7 @@ TEST_F(ForeignClientTest, MemoryFilesAreDistrusted) {
     expectAlive();
 }
 
-TEST_F(ForeignClientTest, NestingAndCountsAreBounded) {
+TEST_F(MessagingForeignClientTest, NestingAndCountsAreBounded) {
     sd_bus_message* made = nullptr;
     const auto begin = [&] {
         ASSERT_GE(sd_bus_message_new_method_call(bus_.get(), &made, nullptr, "/TestObject",
@@ -247,7 +247,7 @@ std::string echoMessage() {
            fields + body;
 }
 
-TEST_F(ServiceTest, AClientThatNeverReadsIsHeldBack) {
+TEST_F(MessagingServiceTest, AClientThatNeverReadsIsHeldBack) {
     const Descriptor fd = connectTo(socketFile());
     ASSERT_GT(send(fd.get(), kGreeting.data(), kGreeting.size(), MSG_NOSIGNAL), 0);
     const std::string message = echoMessage();
@@ -268,7 +268,7 @@ TEST_F(ServiceTest, AClientThatNeverReadsIsHeldBack) {
     expectAlive();
 }
 
-TEST_F(ServiceTest, OutOfDescriptorsItWaitsForBetterTimes) {
+TEST_F(MessagingServiceTest, OutOfDescriptorsItWaitsForBetterTimes) {
     service_ = std::make_unique<OtherProcess>(
         std::vector<std::string>{"sh", "-c", "ulimit -n 32; exec " + peerProgram() + " " + kName});
     ASSERT_EQ(service_->line(), "registered");
@@ -282,7 +282,7 @@ TEST_F(ServiceTest, OutOfDescriptorsItWaitsForBetterTimes) {
 }
 
 // Plays a service that answers each connection with fixed bytes.
-class FalseServiceTest : public MessagingTest {
+class MessagingFalseServiceTest : public MessagingTest {
 protected:
     Kind failureWhenAnswered(std::string_view bytes) {
         std::filesystem::create_directory(folder_);
@@ -305,7 +305,7 @@ protected:
     }
 };
 
-TEST_F(FalseServiceTest, ClientsSurviveWhatServicesSend) {
+TEST_F(MessagingFalseServiceTest, ClientsSurviveWhatServicesSend) {
     const std::string greeting = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
     EXPECT_EQ(failureWhenAnswered(""), Kind::timeout);
     EXPECT_EQ(failureWhenAnswered("DATA\r\nOK"), Kind::timeout);
