@@ -28,9 +28,11 @@ std::string makeRuntimeFolder(const std::string& name) {
     std::error_code failed;
     const std::filesystem::path preferred = std::filesystem::temp_directory_path(failed);
     for (const std::filesystem::path& parent : {preferred, std::filesystem::path(P_tmpdir)}) {
-        std::string folder = parent / "corvystack-XXXXXX";
+        std::error_code nowhere;
+        std::string folder = std::filesystem::absolute(parent, nowhere) / "corvystack-XXXXXX";
         const std::size_t length = folder.size() + 1 + name.size() + 1 + kLongestNumber;
-        if (length < sizeof sockaddr_un::sun_path && mkdtemp(folder.data())) return folder;
+        const bool fits = length < sizeof sockaddr_un::sun_path;
+        if (!parent.empty() && !nowhere && fits && mkdtemp(folder.data())) return folder;
     }
     return {};
 }

@@ -16,6 +16,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <utility>
 
 #include "foundation/text.h"
@@ -112,12 +113,22 @@ std::optional<std::pair<Descriptor, Descriptor>> socketPair(int type) {
     return std::pair(Descriptor(ends[0]), Descriptor(ends[1]));
 }
 
+// A name that nobody else can have taken; nothing is made yet.
+std::string newTemporaryFolder() {
+    std::random_device random;
+    const std::uint64_t number = (std::uint64_t{random()} << 32) | random();
+    std::error_code error;
+    return (std::filesystem::temp_directory_path(error) / "corvystack-").string() +
+           std::to_string(number);
+}
+
 // -1 when it cannot be started. The program gets the null device as standard input and output, our
 // standard error, and of all other descriptors only the control socket.
-pid_t spawnProgram(const std::string& path, int control) {
+pid_t spawnProgram(const std::string& path, std::string temporaryFolder, int control) {
     std::string name = path;
     std::string serve = "--serve";
-    const std::array<char*, 3> arguments{name.data(), serve.data(), nullptr};
+    const std::array<char*, 4> arguments{name.data(), serve.data(), temporaryFolder.data(),
+                                         nullptr};
 
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
@@ -154,12 +165,14 @@ public:
     static std::shared_ptr<Worker> spawned(const std::string& path) {
         auto ends = socketPair(SOCK_SEQPACKET);
         if (!ends) return nullptr;
-        const pid_t pid = spawnProgram(path, ends->second.get());
+        const std::string folder = newTemporaryFolder();
+        const pid_t pid = spawnProgram(path, folder, ends->second.get());
         if (pid < 0) return nullptr;
-        return std::make_shared<Worker>(pid, std::move(ends->first));
+        return std::make_shared<Worker>(pid, std::move(ends->first), folder);
     }
 
-    Worker(pid_t pid, Descriptor control) : pid_(pid), control_(std::move(control)) {}
+    Worker(pid_t pid, Descriptor control, std::string temporaryFolder)
+        : pid_(pid), control_(std::move(control)), temporaryFolder_(std::move(temporaryFolder)) {}
     ~Worker() {
         // It kills its children and closes the socket by ending.
         ::shutdown(control_.get(), SHUT_WR);
@@ -171,6 +184,8 @@ public:
         ::kill(pid_, SIGKILL);
         while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
         }
+        std::error_code error;
+        std::filesystem::remove_all(temporaryFolder_, error);  // it did so itself unless killed
     }
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
@@ -213,6 +228,7 @@ public:
 private:
     pid_t pid_;
     Descriptor control_;
+    std::string temporaryFolder_;
     Clock::time_point spawnedAt_ = Clock::now();
     std::uint64_t lastOperation_ = 0;
     bool isServing_ = false;

@@ -21,8 +21,9 @@ inline constexpr std::size_t kMaxCodedDepth = 200;
 inline constexpr std::size_t kMaxCodedValues = std::size_t{1} << 21;  // keys count as well
 inline constexpr std::size_t kMaxCodedSize = std::size_t{1} << 30;    // bytes of the tree
 inline constexpr std::size_t kMaxCodedFiles = 64;
-// Values of this many bytes and more lie in files, as long as there are not too many of them.
-inline constexpr std::size_t kFileFrom = std::size_t{512} << 10;
+// Values of this many bytes and more lie in files, as long as there are not too many of them. Here
+// a file starts to beat the copies into and out of a socket and a fresh heap.
+inline constexpr std::size_t kFileFrom = std::size_t{64} << 10;
 
 struct CodedPropertyList {
     std::vector<std::byte> tree;

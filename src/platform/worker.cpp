@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/signalfd.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,7 +13,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
-#include <cstring>
+#include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -32,17 +34,47 @@ void waitFor(int descriptor, short events) {
     ::poll(&entry, 1, -1);
 }
 
+void removeFolder(const std::string& path) {
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+}
+
+// True when the folder is there afterwards and nobody else's.
+bool makeOwnFolder(const std::string& path) {
+    if (::mkdir(path.c_str(), S_IRWXU) == 0) return true;
+    struct stat status {};
+    return errno == EEXIST && ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == ::geteuid() && (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+// Where the operations of one program have their temporary folders.
+struct TemporaryFolder {
+    std::string base;
+
+    std::string of(std::uint64_t operation) const { return base + '/' + std::to_string(operation); }
+};
+
 // The channel of a child. When the pool is gone the child just ends.
 class PoolChannel final : public WorkerChannel {
 public:
-    explicit PoolChannel(int socket)
-        : socket_(socket), reader_(socket, std::numeric_limits<std::uint64_t>::max()) {}
+    PoolChannel(int socket, TemporaryFolder folder, std::uint64_t operation)
+        : socket_(socket),
+          reader_(socket, std::numeric_limits<std::uint64_t>::max()),
+          folder_(std::move(folder)),
+          operation_(operation) {}
 
     void sendPart(const PropertyList& part) override { send(FrameKind::part, part); }
 
     PropertyList ask(const PropertyList& question) override {
         send(FrameKind::question, question);
         return receive(FrameKind::answer);
+    }
+
+    std::string temporaryFolder() override {
+        std::string path = folder_.of(operation_);
+        if (!makeOwnFolder(folder_.base) || !makeOwnFolder(path)) return {};
+        ::setenv("TMPDIR", path.c_str(), 1);
+        return path;
     }
 
     void send(FrameKind kind, const PropertyList& value) {
@@ -71,15 +103,16 @@ public:
 private:
     int socket_;
     FrameReader reader_;
+    TemporaryFolder folder_;
+    std::uint64_t operation_;
 };
 
 // The life of a child.
-[[noreturn]] void runChild(const WorkerFamily& family, const WorkerLimits& limits, int socket,
-                           pid_t parent) {
+[[noreturn]] void runChild(const WorkerFamily& family, const WorkerLimits& limits,
+                           PoolChannel channel, pid_t parent) {
     // The limits end the child with its parent; one that ended before is seen here.
     if (!applyWorkerLimits(limits) || ::getppid() != parent) ::_exit(EXIT_FAILURE);
     try {
-        PoolChannel channel(socket);
         channel.send(FrameKind::began, Null());
         const PropertyList request = channel.receive(FrameKind::request);
         const Array* call = request.array();
@@ -98,7 +131,8 @@ private:
 // The warm process: forks a child for each operation and is the only one to kill and reap it.
 class Server {
 public:
-    explicit Server(const WorkerFamily& family) : family_(family) {
+    Server(const WorkerFamily& family, std::string temporaryFolder)
+        : family_(family), folder_{std::move(temporaryFolder)} {
         ::sigemptyset(&childSignal_);
         ::sigaddset(&childSignal_, SIGCHLD);
         ::sigprocmask(SIG_BLOCK, &childSignal_, nullptr);
@@ -115,6 +149,7 @@ public:
         }
         for (const auto& [operation, child] : children_) ::kill(-child.pid, SIGKILL);
         for (const auto& [operation, child] : children_) ::waitpid(child.pid, nullptr, 0);
+        removeFolder(folder_.base);
         return EXIT_SUCCESS;
     }
 
@@ -152,7 +187,8 @@ private:
             ::close(kControlDescriptor);
             signals_.reset();
             ::sigprocmask(SIG_UNBLOCK, &childSignal_, nullptr);
-            runChild(family_, message.limits, channel.get(), parent);
+            runChild(family_, message.limits,
+                     PoolChannel(channel.get(), folder_, message.operation), parent);
         }
         if (pid < 0) return;
         // Both set it, since either may come first.
@@ -168,10 +204,12 @@ private:
         for (;;) {
             siginfo_t info{};
             if (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid == 0) {
-                return;
+                break;
             }
             bury(info.si_pid);
         }
+        // What an orphan still wrote while it was killed.
+        if (children_.empty()) removeFolder(folder_.base);
     }
 
     void bury(pid_t pid) {
@@ -181,6 +219,7 @@ private:
         if (found != children_.end()) ::kill(-pid, SIGKILL);
         ::waitpid(pid, nullptr, 0);
         if (found == children_.end()) return;
+        removeFolder(folder_.of(found->first));
         if (found->second.confirms) {
             sendControl(kControlDescriptor, {ControlKind::confirmed, found->first, {}});
         }
@@ -188,12 +227,13 @@ private:
     }
 
     const WorkerFamily& family_;
+    TemporaryFolder folder_;
     sigset_t childSignal_{};
     Descriptor signals_;
     std::map<std::uint64_t, Child> children_;
 };
 
-int serve(const WorkerFamily& family) {
+int serve(const WorkerFamily& family, const char* temporaryFolder) {
     ::signal(SIGPIPE, SIG_IGN);  // a subprocess that ends early is an error of writing to it
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     ::fcntl(kControlDescriptor, F_SETFD, FD_CLOEXEC);
@@ -202,14 +242,14 @@ int serve(const WorkerFamily& family) {
     } catch (...) {
         return EXIT_FAILURE;
     }
-    return Server(family).serve();
+    return Server(family, temporaryFolder).serve();
 }
 
 }  // namespace
 
 int workerMain(const WorkerFamily& family, int argc, char** argv) {
     const std::string_view mode = argc > 1 ? argv[1] : "";
-    if (mode == "--serve") return serve(family);
+    if (mode == "--serve" && argc == 3) return serve(family, argv[2]);
     return runWorkerOnce(family, argc, argv);
 }
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::uint32_t kMagic = 0x31575643;  // "CVW1"
 // Trees beyond this lie in a memory file of their own, the first of the frame.
-constexpr std::size_t kMaxInlineTree = std::size_t{1} << 20;
+constexpr std::size_t kMaxInlineTree = kFileFrom;
 constexpr std::size_t kMaxFiles = kMaxCodedFiles + 1;
 constexpr std::size_t kReadStep = std::size_t{64} << 10;
 // What a decoded value costs beside its bytes.

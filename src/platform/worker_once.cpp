@@ -2,9 +2,10 @@
 
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
+#include <sstream>
 #include <string_view>
 
 #include "foundation/json.h"
@@ -24,18 +25,39 @@ void printLine(std::u16string_view key, const PropertyList& value) {
 
 class PrintingChannel final : public WorkerChannel {
 public:
+    PrintingChannel() = default;
+    ~PrintingChannel() override {
+        std::error_code error;
+        if (!folder_.empty()) std::filesystem::remove_all(folder_, error);
+    }
+    PrintingChannel(const PrintingChannel&) = delete;
+    PrintingChannel& operator=(const PrintingChannel&) = delete;
+
     void sendPart(const PropertyList& part) override { printLine(u"part", part); }
     PropertyList ask(const PropertyList& question) override {
         printLine(u"question", question);
         return {};
     }
+    std::string temporaryFolder() override {
+        if (!folder_.empty()) return folder_;
+        std::error_code error;
+        std::string path =
+            (std::filesystem::temp_directory_path(error) / "corvystack-XXXXXX").string();
+        if (!::mkdtemp(path.data())) return {};
+        ::setenv("TMPDIR", path.c_str(), 1);
+        return folder_ = path;
+    }
+
+private:
+    std::string folder_;
 };
 
 std::optional<Bytes> bytesOfFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(file), {}};
     if (!file) return std::nullopt;
-    return Bytes::copyOf(content);
+    std::ostringstream content;  // in blocks; one by one is slower than reading a small PDF
+    content << file.rdbuf();
+    return Bytes::copyOf(content.view());
 }
 
 // None for a file that cannot be read.

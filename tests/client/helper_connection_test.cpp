@@ -70,6 +70,7 @@ TEST_F(HelperConnection, LaunchesOnlyWhenAllowedAndNeeded) {
     ASSERT_NE(owner->task(), nullptr);
     const pid_t pid = owner->task()->task()->processIdentifier();
     EXPECT_EQ(pidOf(*owner), pid);
+    EXPECT_FALSE(owner->task()->stillBusy()) << "not an operation of the helper";
 
     for (const HelperLaunch launch : {HelperLaunch::never, HelperLaunch::ifNeeded}) {
         auto guest = connectToHelper(launch, options);
@@ -178,21 +179,39 @@ TEST_F(PrivateHelpers, FailedStartsLeaveNothing) {
     EXPECT_TRUE(nothingLeft());
 }
 
-TEST_F(PrivateHelpers, FolderIsClosedToOthersAndItsPathIsShortEnough) {
-    const auto permissionsOf = [](const std::filesystem::path& path) {
-        return std::filesystem::status(path).permissions();
+TEST_F(PrivateHelpers, FolderIsClosedToOthersAndLiesWhereASocketCanBe) {
+    struct Case {
+        const char* name;
+        std::string temporary;
+        bool used;
     };
-    PrivateHelper helper({.path = kService});
-    ASSERT_TRUE(helper.start());
-    for (const auto& entry : std::filesystem::directory_iterator(temporary_)) {
-        EXPECT_EQ(permissionsOf(entry.path()), std::filesystem::perms::owner_all);
-    }
     const std::string deep = temporary_ + "/" + std::string(80, 'd');
+    const Case cases[] = {
+        {"usual", temporary_, true},
+        {"too long for a socket", deep, false},
+        {"missing", "/no/such/folder", false},
+        {"relative", ".", true},
+    };
     std::filesystem::create_directory(deep);
-    setenv("TMPDIR", deep.c_str(), 1);
-    EXPECT_TRUE(helper.start());
-    setenv("TMPDIR", "/no/such/folder", 1);
-    EXPECT_TRUE(helper.start());
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(temporary_);
+    for (const Case& c : cases) {
+        setenv("TMPDIR", c.temporary.c_str(), 1);
+        PrivateHelper helper({.path = kService});
+        EXPECT_TRUE(helper.start()) << c.name;
+        int found = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(temporary_)) {
+            if (entry.path() == deep) continue;
+            ++found;
+            EXPECT_EQ(entry.status().permissions(), std::filesystem::perms::owner_all) << c.name;
+        }
+        EXPECT_EQ(found, c.used ? 1 : 0) << c.name;
+        EXPECT_TRUE(std::filesystem::is_empty(deep)) << c.name;
+        std::filesystem::current_path("/");  // the helper is reached from anywhere
+        EXPECT_TRUE(helper.isRunning() && helper.client().supportsFile(u"/yes")) << c.name;
+        std::filesystem::current_path(temporary_);
+    }
+    std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -69,7 +69,10 @@ protected:
 
     void TearDown() override {
         // While the pool lives there is the warm process and nothing else, soon after each call.
-        for (int i = 0; i < 200 && descendants().size() > 1; ++i) ::usleep(10'000);
+        for (int i = 0; i < 200 && descendants().size() > 1; ++i) {
+            reapOrphans();
+            ::usleep(10'000);
+        }
         EXPECT_LE(descendants().size(), 1U) << testing::PrintToString(descendants());
         pool_.reset();
         reapOrphans();
@@ -81,7 +84,7 @@ protected:
     void reapOrphans() {
         for (const std::string& process : descendants()) {
             const pid_t pid = std::atoi(process.c_str());
-            if (!warmProcesses_.contains(pid)) ::waitpid(pid, nullptr, 0);
+            if (!warmProcesses_.contains(pid)) ::waitpid(pid, nullptr, WNOHANG);
         }
     }
 
@@ -257,7 +260,7 @@ TEST_F(Isolation, CarriesLargeValuesBothWays) {
     arguments.set(u"text", text);
     for (int i = 0; i < 100; ++i) {  // more than may lie in files, and too long a tree for a frame
         arguments.set(std::u16string(1, static_cast<char16_t>(i + 1)),
-                      Bytes(std::vector<std::byte>(600'000, static_cast<std::byte>(i))));
+                      Bytes(std::vector<std::byte>(100'000, static_cast<std::byte>(i))));
     }
     const auto there = run("echo", arguments);
     ASSERT_TRUE(there);
@@ -289,7 +292,21 @@ TEST_F(Isolation, StartsADeadProgramAgain) {
     unheard.limits.wallSeconds = 0.2;
     EXPECT_EQ(pool_->run(unheard), std::nullopt);
     EXPECT_GT(warmProcess(), 1);
-    reapOrphans();
+}
+
+TEST_F(Isolation, LeavesNoTemporaryFiles) {
+    for (const char16_t* ending : {u"well", u"crash", u"killParent"}) {
+        auto using_ = request("useTemporaryFolder", {{ending, true}});
+        std::filesystem::path folder;
+        using_.part = [&folder](const PropertyList& part) { folder = *part.string(); };
+        EXPECT_NE(pool_->run(using_), PropertyList()) << "the folder could not be used";
+        ASSERT_FALSE(folder.empty());
+        run("echo");  // a program that died is cleared away when its family is used again
+        const auto base = folder.parent_path();
+        for (int i = 0; i < 200 && std::filesystem::exists(base); ++i) ::usleep(10'000);
+        EXPECT_FALSE(std::filesystem::exists(base));
+        EXPECT_EQ(base.parent_path(), std::filesystem::temp_directory_path());
+    }
 }
 
 TEST_F(Isolation, HasNoneForAFamilyThatIsNotThere) {

@@ -45,7 +45,11 @@ RemoteValue serve(const RemoteMethod& method, const std::vector<RemoteValue>& ar
     if (name == "raise:") throw std::runtime_error(toUtf8(*arguments[0]->string()) + "\xFF");
     if (name == "nestedTo:") {
         PropertyList value = u"core";
-        for (std::int64_t i = 0; i < number(0); ++i) value = Array{std::move(value)};
+        for (std::int64_t i = 0; i < number(0); ++i) {
+            Array outer;
+            outer.push_back(std::move(value));
+            value = std::move(outer);
+        }
         return value;
     }
     if (name == "wrongType") return PropertyList(u"no flag");

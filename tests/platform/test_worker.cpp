@@ -112,6 +112,19 @@ Result openSocket(const Dictionary&, WorkerChannel&) {
     return Array{error, hasPair};
 }
 
+// Leaves a file behind, then ends as it is told.
+Result useTemporaryFolder(const Dictionary& arguments, WorkerChannel& channel) {
+    const std::string folder = channel.temporaryFolder();
+    const std::string path = folder + "/file";
+    if (folder.empty() || folder != std::getenv("TMPDIR") || ::mkdir(path.c_str(), 0700) != 0) {
+        return Null();
+    }
+    channel.sendPart(fromUtf8(folder));
+    if (arguments.contains(u"crash")) std::abort();
+    if (arguments.contains(u"killParent")) ::kill(::getppid(), SIGKILL);
+    return true;
+}
+
 Result writeFile(const Dictionary& arguments, WorkerChannel&) {
     const int file = ::open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     if (file < 0 || ::ftruncate(file, integerOf(arguments, u"size")) != 0) return std::nullopt;
@@ -159,6 +172,7 @@ int main(int argc, char** argv) {
         {"sendRaw", sendRaw},
         {"openSocket", openSocket},
         {"writeFile", writeFile},
+        {"useTemporaryFolder", useTemporaryFolder},
         {"parent",
          [](const Dictionary&, WorkerChannel&) -> Result {
              return PropertyList(std::int64_t{::getppid()});

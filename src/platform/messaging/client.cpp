@@ -39,7 +39,8 @@ Clock::time_point after(double seconds, Clock::time_point start = Clock::now()) 
 }
 
 [[noreturn]] void fail(int error, const char* what) {
-    const bool garbled = error == -EBADMSG || error == -EPROTO;
+    // The library says ENOBUFS of a message that is longer than any may be.
+    const bool garbled = error == -EBADMSG || error == -EPROTO || error == -ENOBUFS;
     throw TransportError(garbled ? Kind::protocol : Kind::connectionLost,
                          std::string(what) + ": " + std::strerror(-error));
 }

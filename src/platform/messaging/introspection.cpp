@@ -60,7 +60,11 @@ std::string argument(std::string_view name, RemoteType type, std::string_view di
 }
 
 std::string property(std::string_view name, std::string_view type) {
-    return "  <property name=" + quoted(name) + " type=" + quoted(type) + " access=\"read\"/>\n";
+    return "  <property name=" + quoted(name) + " type=" + quoted(type) +
+           " access=\"read\">\n"
+           "   <annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\""
+           " value=\"false\"/>\n"
+           "  </property>\n";
 }
 
 std::optional<RemoteType> typeOf(std::string_view signature) {

@@ -137,16 +137,19 @@ bool answerStandardCall(sd_bus_message* call, const ServiceFace& face) {
         introspect(call, face, path);
         return true;
     }
-    if (!isObject || interface != "org.freedesktop.DBus.Properties") return false;
-    if (member == "Get") {
+    // The library answers this one itself; beyond that it knows of no object here.
+    if (!isObject || interface == "org.freedesktop.DBus.Peer") return false;
+    const bool isProperties = interface == "org.freedesktop.DBus.Properties";
+    if (isProperties && member == "Get") {
         getProperty(call, face);
-    } else if (member == "GetAll") {
+    } else if (isProperties && member == "GetAll") {
         getAllProperties(call, face);
-    } else if (member == "Set") {
+    } else if (isProperties && member == "Set") {
         sd_bus_reply_method_errorf(call, SD_BUS_ERROR_PROPERTY_READ_ONLY,
                                    "Properties cannot be set");
     } else {
-        return false;
+        sd_bus_reply_method_errorf(call, SD_BUS_ERROR_UNKNOWN_METHOD, "No operation %s",
+                                   sd_bus_message_get_member(call));
     }
     return true;
 }
