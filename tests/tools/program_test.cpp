@@ -342,10 +342,9 @@ TEST_F(DisturbedImport, EndsWhenItsReaderGoes) {
 }
 
 TEST_F(ProgramTest, EndsItsHelperWhenACallIsInterrupted) {
-    // A pipe as standard input keeps `call` from going on, until the helper would be asked.
     Program program({"call", "supportsFile:", "x", "--launch", "--timeout", "30"});
     std::vector<pid_t> helpers;
-    // Stopped as early as it is seen, it answers nothing.
+    // Stopped as early as it is seen, it does not even register.
     EXPECT_TRUE(eventually([&] {
         helpers = test::childrenOf(program.pid());
         return !helpers.empty() || program.out() != "";
