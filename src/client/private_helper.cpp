@@ -48,7 +48,7 @@ PrivateHelper::~PrivateHelper() {
     kill();
 }
 
-bool PrivateHelper::start() {
+bool PrivateHelper::start(const std::function<bool()>& goOn) {
     kill();
     folder_ = makeRuntimeFolder(options_.registeredProxyName);
     if (folder_.empty()) return false;
@@ -61,7 +61,8 @@ bool PrivateHelper::start() {
     try {
         child_->launch();
         const auto limit = std::chrono::steady_clock::now() + kRegistrationLimit;
-        while (child_->isRunning() && std::chrono::steady_clock::now() < limit) {
+        while (child_->isRunning() && std::chrono::steady_clock::now() < limit &&
+               (!goOn || goOn())) {
             if (auto proxy = platform::rootProxyForConnectionWithRegisteredName(
                     options_.registeredProxyName, folder_)) {
                 client_.emplace(std::move(proxy));
