@@ -1,0 +1,1 @@
+#include "markup/tag_attributes.h"
