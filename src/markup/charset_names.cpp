@@ -56,8 +56,7 @@ Encoding encodingOfNumber(std::u16string_view name) {
     }
     // Misspellings of 8859-1 with a digit too many.
     if (number >= 885101 && number <= 885391 && number % 5 == 1) return kISO8859_1;
-    const auto* const found =
-        std::ranges::lower_bound(kNumbers, number, {}, &Numbered::number);
+    const auto* const found = std::ranges::lower_bound(kNumbers, number, {}, &Numbered::number);
     return found != std::end(kNumbers) && found->number == number ? found->encoding : kInvalid;
 }
 
