@@ -93,9 +93,10 @@ std::optional<std::u16string> stringWithMarkupContentsOfFile(std::u16string_view
     std::error_code error;
     // A pipe or a device would not end.
     if (!name || !std::filesystem::is_regular_file(*name, error)) return std::nullopt;
+    const std::uintmax_t size = std::filesystem::file_size(*name, error);
     std::ifstream file(*name, std::ios::binary);
-    std::string content(std::filesystem::file_size(*name, error), '\0');
     if (!file || error) return std::nullopt;
+    std::string content(size, '\0');
     file.read(content.data(), static_cast<std::streamsize>(content.size()));
     content.resize(static_cast<std::size_t>(file.gcount()));
     if (file.bad() || content.starts_with("bplist")) return std::nullopt;
