@@ -309,7 +309,9 @@ Conversion convertUnicodeToUTF8(std::u16string_view text, std::span<std::byte> o
 Conversion convertEncodingToUnicode(std::span<const std::byte> bytes, Encoding encoding,
                                     std::span<char16_t> out) {
     Converter* const converter = converterFor(encoding);
-    return converter == nullptr ? Conversion() : converter->decode(bytes, out);
+    // The C library refuses a buffer without any room.
+    if (converter == nullptr || out.empty()) return {};
+    return converter->decode(bytes, out);
 }
 
 std::optional<DecodedText> tryToCreateStringWithEncoding(std::span<const std::byte> bytes,
