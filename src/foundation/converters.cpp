@@ -178,7 +178,7 @@ public:
     static std::unique_ptr<Converter> open(const char* name) {
         const bool little = std::endian::native == std::endian::little;
         const iconv_t handle = iconv_open(little ? "UTF-16LE" : "UTF-16BE", name);
-        if (handle == reinterpret_cast<iconv_t>(-1)) return nullptr;
+        if (reinterpret_cast<std::intptr_t>(handle) == -1) return nullptr;
         return std::unique_ptr<Converter>(new LibcConverter(handle));
     }
     ~LibcConverter() override { iconv_close(handle_); }
