@@ -49,15 +49,16 @@ const std::uint8_t* beginOf(std::span<const std::byte> bytes) {
 }
 
 std::size_t countReplacements(std::span<const char16_t> units) {
+    constexpr std::size_t kBlock = NativeBlocks::kSize;
     std::size_t count = 0;
-    // A fixed number of turns inside, so that the compiler makes vectors of it.
-    while (units.size() >= 16) {
-        unsigned some = 0;
-        for (std::size_t i = 0; i < 16; ++i) some += units[i] == kReplacement ? 1 : 0;
-        count += some;
-        units = units.subspan(16);
+    const auto add = [&count](std::span<const char16_t> some) {
+        count += static_cast<std::size_t>(std::count(some.begin(), some.end(), kReplacement));
+    };
+    for (; units.size() >= kBlock; units = units.subspan(kBlock)) {
+        if (NativeBlocks::contains(units.data(), kReplacement)) add(units.first(kBlock));
     }
-    return count + static_cast<std::size_t>(std::count(units.begin(), units.end(), kReplacement));
+    add(units);
+    return count;
 }
 
 class Utf8Converter final : public Converter {
@@ -177,7 +178,7 @@ public:
     static std::unique_ptr<Converter> open(const char* name) {
         const bool little = std::endian::native == std::endian::little;
         const iconv_t handle = iconv_open(little ? "UTF-16LE" : "UTF-16BE", name);
-        if (handle == reinterpret_cast<iconv_t>(-1)) return nullptr;
+        if (reinterpret_cast<std::intptr_t>(handle) == -1) return nullptr;
         return std::unique_ptr<Converter>(new LibcConverter(handle));
     }
     ~LibcConverter() override { iconv_close(handle_); }
@@ -308,7 +309,9 @@ Conversion convertUnicodeToUTF8(std::u16string_view text, std::span<std::byte> o
 Conversion convertEncodingToUnicode(std::span<const std::byte> bytes, Encoding encoding,
                                     std::span<char16_t> out) {
     Converter* const converter = converterFor(encoding);
-    return converter == nullptr ? Conversion() : converter->decode(bytes, out);
+    // The C library refuses a buffer without any room.
+    if (converter == nullptr || out.empty()) return {};
+    return converter->decode(bytes, out);
 }
 
 std::optional<DecodedText> tryToCreateStringWithEncoding(std::span<const std::byte> bytes,
