@@ -118,171 +118,79 @@ inline Range quickNameOfTag(std::u16string_view characters, std::size_t start, s
     return nameOfTag(characters, start, end);
 }
 
-template <typename Handler>
-class TagScan {
-public:
-    TagScan(std::u16string_view string, std::u16string_view characters, void* context,
-            Handler& handler)
-        : characters_(characters),
-          call_{string, characters, kNotFound, 0, 0, 0, 0, TagKindEnd, context},
-          handler_(handler),
-          elementEnds_(characters) {}
+// The window at `base`, which may lie at or past the end of the text.
+inline UnitBlock windowAt(std::u16string_view characters, std::size_t base) {
+    if (base + UnitBlock::kSize <= characters.size()) [[likely]] {
+        return UnitBlock::load(characters.data() + base);
+    }
+    const std::size_t rest = base < characters.size() ? characters.size() - base : 0;
+    return UnitBlock::loadPart(characters.data() + base, rest);
+}
 
-    void run() {
-        load(0);
-        std::uint64_t less = block_.bitsOf('<');
-        for (;;) {
-            while (less == 0) {
-                if (!loadNext()) return finish();
-                less = block_.bitsOf('<');
-            }
-            const std::size_t start = base_ + static_cast<std::size_t>(std::countr_zero(less));
-            std::size_t end;
-            if (isMark(start, u'[')) {
-                end = findSectionEnd(start);
-                if (end == kNone) return finishUnterminated(start, TagKindSection);
-                call_.nameLocation = kNotFound;
-                call_.nameLength = 0;
-                call_.tagKind = TagKindSection;
-            } else if (isMark(start, u'-')) {
-                end = findCommentEnd(start);
-                if (end == kNone) return finishUnterminated(start, TagKindComment);
-                call_.nameLocation = kNotFound;
-                call_.nameLength = 0;
-                call_.tagKind = TagKindComment;
-            } else {
-                end = findElementEnd(start);
-                if (end == kNone) return finish();
-                const Range name = quickNameOfTag(characters_, start, end);
-                call_.nameLocation = name.location;
-                call_.nameLength = name.length;
-                call_.tagKind = TagKindElement;
-                if (mayHoldBody(name)) {
-                    end = elementEnds_.endOfElement(characters_.substr(name.location, name.length),
-                                                    start, end);
-                }
-            }
-            call_.tagLocation = start;
-            call_.tagLength = end - start + 1;
-            if (handler_(static_cast<const TagCall&>(call_))) return;
-            call_.textLocation = end + 1;
-            const std::size_t next = end + 1 - base_;
-            if (next < UnitBlock::kSize) {
-                less = block_.bitsOf('<') & bitsFrom(static_cast<unsigned>(next));
-            } else {
-                load(end + 1);
-                less = block_.bitsOf('<');
-            }
+inline std::size_t indexOf(std::uint64_t bits) {
+    return static_cast<std::size_t>(std::countr_zero(bits));
+}
+
+// The first "<" from `at` on.
+inline std::size_t findLess(std::u16string_view characters, std::size_t at) {
+    for (; at < characters.size(); at += UnitBlock::kSize) {
+        const std::uint64_t less = windowAt(characters, at).bitsOf('<');
+        if (less != 0) return at + indexOf(less);
+    }
+    return kNone;
+}
+
+inline std::size_t findElementEnd(std::u16string_view characters, std::size_t start) {
+    TagState state;
+    std::uint64_t within = bitsFrom(1);
+    do {
+        const std::uint64_t end = findTagEnd(TagBits(windowAt(characters, start)), within, state);
+        if (end != 0) return start + indexOf(end);
+        within = bitsFrom(0);
+        start += UnitBlock::kSize;
+    } while (start < characters.size());
+    return kNone;
+}
+
+// The first ">" from `at` on in front of which `endsAt` finds what it needs.
+template <typename EndsAt>
+std::size_t findGreater(std::u16string_view characters, std::size_t at, EndsAt endsAt) {
+    for (; at < characters.size(); at += UnitBlock::kSize) {
+        std::uint64_t greater = windowAt(characters, at).bitsOf('>');
+        for (; greater != 0; greater &= greater - 1) {
+            const std::size_t i = at + indexOf(greater);
+            if (endsAt(characters.substr(0, i))) return i;
         }
     }
+    return kNone;
+}
 
-private:
-    // The window at `base`, which may lie at or past the end of the text.
-    void load(std::size_t base) {
-        base_ = base;
-        const std::size_t rest = base < characters_.size() ? characters_.size() - base : 0;
-        block_ = rest >= UnitBlock::kSize ? UnitBlock::load(characters_.data() + base)
-                                          : UnitBlock::loadPart(characters_.data() + base, rest);
+inline std::size_t findSectionEnd(std::u16string_view characters, std::size_t start) {
+    return findGreater(characters, start + 3, [](std::u16string_view before) {
+        return before.ends_with(u']') || before.ends_with(u"]--");
+    });
+}
+
+// kept: the dashes that open a comment can be those that end it, as in "<!-->" and "<!->".
+inline std::size_t findCommentEnd(std::u16string_view characters, std::size_t start) {
+    const bool shortComment = start + 3 >= characters.size() || characters[start + 3] != u'-';
+    if (shortComment) {
+        return findGreater(characters, start + 3,
+                           [](std::u16string_view before) { return before.ends_with(u'-'); });
     }
+    return findGreater(characters, start + 3, [](std::u16string_view before) {
+        return before.ends_with(u"--") || before.ends_with(u"--!");
+    });
+}
 
-    // False at the end of the text.
-    bool loadNext() {
-        if (characters_.size() <= base_ + UnitBlock::kSize) return false;
-        load(base_ + UnitBlock::kSize);
-        return true;
+// "<!" and `mark` at `start`.
+inline TagKind kindOfTag(std::u16string_view characters, std::size_t start) {
+    if (start + 2 < characters.size() && characters[start + 1] == u'!') {
+        if (characters[start + 2] == u'[') return TagKindSection;
+        if (characters[start + 2] == u'-') return TagKindComment;
     }
-
-    // "<!" and `mark` at `start`.
-    bool isMark(std::size_t start, char16_t mark) const {
-        return start + 2 < characters_.size() && characters_[start + 1] == u'!' &&
-               characters_[start + 2] == mark;
-    }
-
-    // Names of the length and first letter of "script" and "style".
-    bool mayHoldBody(const Range& name) const {
-        return (name.length == 5 || name.length == 6) &&
-               (characters_[name.location] | 0x20) == u's';
-    }
-
-    std::size_t findElementEnd(std::size_t start) {
-        TagState state;
-        std::uint64_t within = bitsFrom(static_cast<unsigned>(start - base_)) << 1;
-        std::uint64_t end = findTagEnd(TagBits(block_), within, state);
-        if (end == 0) {
-            if (start != base_) {
-                load(start);
-                state = {};
-                end = findTagEnd(TagBits(block_), bitsFrom(1), state);
-            }
-            while (end == 0) {
-                if (!loadNext()) return kNone;
-                end = findTagEnd(TagBits(block_), bitsFrom(0), state);
-            }
-        }
-        return base_ + static_cast<std::size_t>(std::countr_zero(end));
-    }
-
-    // The first ">" behind `from` in front of which `endsAt` finds what it needs; kNone when there
-    // is none. Moves the window to it.
-    template <typename EndsAt>
-    std::size_t findGreater(std::size_t from, EndsAt endsAt) {
-        if (from - base_ >= UnitBlock::kSize) load(from);
-        std::uint64_t greater = block_.bitsOf('>') & bitsFrom(static_cast<unsigned>(from - base_));
-        for (;;) {
-            for (; greater != 0; greater &= greater - 1) {
-                const std::size_t i = base_ + static_cast<std::size_t>(std::countr_zero(greater));
-                if (endsAt(characters_.substr(0, i))) return i;
-            }
-            if (!loadNext()) return kNone;
-            greater = block_.bitsOf('>');
-        }
-    }
-
-    std::size_t findSectionEnd(std::size_t start) {
-        return findGreater(start + 3, [](std::u16string_view before) {
-            return before.ends_with(u']') || before.ends_with(u"]--");
-        });
-    }
-
-    // kept: the dashes that open a comment can be those that end it, as in "<!-->" and "<!->".
-    std::size_t findCommentEnd(std::size_t start) {
-        const bool shortComment = start + 3 >= characters_.size() || characters_[start + 3] != u'-';
-        if (shortComment) {
-            return findGreater(start + 3,
-                               [](std::u16string_view before) { return before.ends_with(u'-'); });
-        }
-        return findGreater(start + 3, [](std::u16string_view before) {
-            return before.ends_with(u"--") || before.ends_with(u"--!");
-        });
-    }
-
-    void finishUnterminated(std::size_t start, TagKind kind) {
-        call_.nameLocation = kNotFound;
-        call_.nameLength = 0;
-        call_.tagLocation = start;
-        call_.tagLength = characters_.size() - start;
-        call_.tagKind = kind;
-        handler_(static_cast<const TagCall&>(call_));
-        call_.textLocation = characters_.size();
-        finish();
-    }
-
-    void finish() {
-        call_.nameLocation = kNotFound;
-        call_.nameLength = 0;
-        call_.tagLocation = characters_.size();
-        call_.tagLength = 0;
-        call_.tagKind = TagKindEnd;
-        handler_(static_cast<const TagCall&>(call_));
-    }
-
-    std::u16string_view characters_;
-    TagCall call_;
-    Handler& handler_;
-    ElementEnds elementEnds_;
-    UnitBlock block_;
-    std::size_t base_ = 0;  // of the window
-};
+    return TagKindElement;
+}
 
 }  // namespace scan
 
@@ -292,7 +200,42 @@ template <typename Handler>
 bool scanTags(std::u16string_view string, std::u16string_view characters, void* context,
               Handler&& handler) {
     if (characters.empty()) return false;
-    scan::TagScan(string, characters, context, handler).run();
+    ElementEnds elementEnds(characters);
+    TagCall call = {string, characters, kNotFound, 0, 0, 0, 0, TagKindEnd, context};
+    for (;;) {
+        const std::size_t start = scan::findLess(characters, call.textLocation);
+        if (start == scan::kNone) break;
+        std::size_t end = scan::kNone;
+        Range name = kNotFoundRange;
+        const TagKind kind = scan::kindOfTag(characters, start);
+        if (kind == TagKindElement) {
+            end = scan::findElementEnd(characters, start);
+            if (end == scan::kNone) break;
+            name = scan::quickNameOfTag(characters, start, end);
+            if (name.length - 5 < 2) {
+                end = elementEnds.endOfElement(characters.substr(name.location, name.length), start,
+                                               end);
+            }
+        } else {
+            end = kind == TagKindComment ? scan::findCommentEnd(characters, start)
+                                         : scan::findSectionEnd(characters, start);
+        }
+        const bool ended = end != scan::kNone;
+        call.nameLocation = name.location;
+        call.nameLength = name.length;
+        call.tagLocation = start;
+        call.tagLength = ended ? end - start + 1 : characters.size() - start;
+        call.tagKind = kind;
+        const bool stop = handler(static_cast<const TagCall&>(call));
+        if (ended && stop) return true;
+        call.textLocation = ended ? end + 1 : characters.size();
+    }
+    call.nameLocation = kNotFound;
+    call.nameLength = 0;
+    call.tagLocation = characters.size();
+    call.tagLength = 0;
+    call.tagKind = TagKindEnd;
+    handler(static_cast<const TagCall&>(call));
     return true;
 }
 

@@ -40,34 +40,39 @@ public:
 
 private:
 #if defined(__SSE2__)
-    __m128i bytes_[4];
+    using Bytes16 = __m128i;
 #elif defined(__aarch64__)
-    uint8x16_t bytes_[4];
+    using Bytes16 = uint8x16_t;
 #else
-    std::uint64_t words_[8];  // eight units each, the first in the lowest byte
+    struct Bytes16 {
+        std::uint64_t words[2];  // eight units each, the first in the lowest byte
+    };
 #endif
+    UnitBlock(Bytes16 a, Bytes16 b, Bytes16 c, Bytes16 d) : a_(a), b_(b), c_(c), d_(d) {}
+    // The units of U+0100 and above become 0xFF, or 0.
+    static Bytes16 narrow16(const char16_t* units);
+
+    Bytes16 a_, b_, c_, d_;
 };
+
+inline UnitBlock UnitBlock::load(const char16_t* units) {
+    return {narrow16(units), narrow16(units + 16), narrow16(units + 32), narrow16(units + 48)};
+}
 
 #if defined(__SSE2__)
 
-inline __m128i narrow16(const char16_t* units) {
+inline __m128i UnitBlock::narrow16(const char16_t* units) {
     const auto* source = reinterpret_cast<const __m128i*>(units);
     // Saturates signed units: those from U+8000 become 0.
     return _mm_packus_epi16(_mm_loadu_si128(source), _mm_loadu_si128(source + 1));
 }
 
-inline UnitBlock UnitBlock::load(const char16_t* units) {
-    UnitBlock block;
-    for (int i = 0; i < 4; ++i) block.bytes_[i] = narrow16(units + 16 * i);
-    return block;
-}
-
 inline std::uint64_t UnitBlock::bitsOf(char character) const {
     const __m128i wanted = _mm_set1_epi8(character);
-    const auto bits = [&](int i) -> std::uint64_t {
-        return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes_[i], wanted)));
+    const auto bits = [wanted](__m128i bytes) -> std::uint64_t {
+        return static_cast<std::uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, wanted)));
     };
-    return bits(0) | bits(1) << 16 | bits(2) << 32 | bits(3) << 48;
+    return bits(a_) | bits(b_) << 16 | bits(c_) << 32 | bits(d_) << 48;
 }
 
 inline unsigned UnitBlock::lengthOfPlainName(const char16_t* units) {
@@ -82,23 +87,17 @@ inline unsigned UnitBlock::lengthOfPlainName(const char16_t* units) {
 
 #elif defined(__aarch64__)
 
-inline uint8x16_t narrow16(const char16_t* units) {
+inline uint8x16_t UnitBlock::narrow16(const char16_t* units) {
     const auto* source = reinterpret_cast<const std::uint16_t*>(units);
     return vqmovn_high_u16(vqmovn_u16(vld1q_u16(source)), vld1q_u16(source + 8));
-}
-
-inline UnitBlock UnitBlock::load(const char16_t* units) {
-    UnitBlock block;
-    for (int i = 0; i < 4; ++i) block.bytes_[i] = narrow16(units + 16 * i);
-    return block;
 }
 
 inline std::uint64_t UnitBlock::bitsOf(char character) const {
     const uint8x16_t wanted = vdupq_n_u8(static_cast<std::uint8_t>(character));
     const uint8x16_t weights = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
-    const auto bits = [&](int i) { return vandq_u8(vceqq_u8(bytes_[i], wanted), weights); };
+    const auto bits = [=](uint8x16_t bytes) { return vandq_u8(vceqq_u8(bytes, wanted), weights); };
     // Each pairwise addition halves the bytes; after three, one byte holds eight units.
-    uint8x16_t sum = vpaddq_u8(vpaddq_u8(bits(0), bits(1)), vpaddq_u8(bits(2), bits(3)));
+    uint8x16_t sum = vpaddq_u8(vpaddq_u8(bits(a_), bits(b_)), vpaddq_u8(bits(c_), bits(d_)));
     sum = vpaddq_u8(sum, sum);
     return vgetq_lane_u64(vreinterpretq_u64_u8(sum), 0);
 }
@@ -117,28 +116,28 @@ inline unsigned UnitBlock::lengthOfPlainName(const char16_t* units) {
 
 #else
 
-inline UnitBlock UnitBlock::load(const char16_t* units) {
-    UnitBlock block;
-    for (std::uint64_t& word : block.words_) {
-        word = 0;
-        for (int i = 0; i < 8; ++i) {
-            word |= static_cast<std::uint64_t>(std::min<char16_t>(*units++, 0xFF)) << 8 * i;
-        }
+inline UnitBlock::Bytes16 UnitBlock::narrow16(const char16_t* units) {
+    Bytes16 bytes = {};
+    for (int i = 0; i < 16; ++i) {
+        const std::uint64_t byte = std::min<char16_t>(units[i], 0xFF);
+        bytes.words[i / 8] |= byte << i % 8 * 8;
     }
-    return block;
+    return bytes;
 }
 
 inline std::uint64_t UnitBlock::bitsOf(char character) const {
     constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F;
-    std::uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) {
-        const std::uint64_t other =
-            words_[i] ^ 0x0101010101010101 * static_cast<std::uint8_t>(character);
+    const std::uint64_t wanted = 0x0101010101010101 * static_cast<std::uint8_t>(character);
+    const auto bitsOfWord = [wanted](std::uint64_t word) {
+        const std::uint64_t other = word ^ wanted;
         // The top bit of each byte that is 0, then the eight of them side by side.
         const std::uint64_t equal = ~(((other & kLow7) + kLow7) | other | kLow7);
-        bits |= (equal >> 7) * 0x0102040810204080 >> 56 << 8 * i;
-    }
-    return bits;
+        return (equal >> 7) * 0x0102040810204080 >> 56;
+    };
+    const auto bits = [bitsOfWord](const Bytes16& bytes) {
+        return bitsOfWord(bytes.words[0]) | bitsOfWord(bytes.words[1]) << 8;
+    };
+    return bits(a_) | bits(b_) << 16 | bits(c_) << 32 | bits(d_) << 48;
 }
 
 inline unsigned UnitBlock::lengthOfPlainName(const char16_t* units) {
