@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <functional>
 
 #include "foundation/character_tables.h"
 #include "foundation/text.h"
@@ -14,34 +13,22 @@ namespace {
 
 constexpr std::size_t kNone = std::u16string_view::npos;
 
-// The first place in front of `end` at which the ASCII text `part` lies, as `equal` compares the
-// units behind the first two; those compare exactly.
-template <typename Equal>
-std::size_t find(std::u16string_view characters, std::u16string_view part, std::size_t from,
-                 Equal equal) {
-    const auto matches = [&](std::size_t i) {
-        return characters.size() - i >= part.size() &&
-               equal(characters.substr(i + 2, part.size() - 2), part.substr(2));
-    };
-    const char first = static_cast<char>(part[0]);
-    const char second = static_cast<char>(part[1]);
-    // Neighbouring blocks share a unit, so that no pair lies across their border.
+// The first place from `from` on where `first` stands before `second` or `orSecond`, all of them
+// ASCII, and where `accept` agrees; kNone when there is none.
+template <typename Accept>
+std::size_t findPair(std::u16string_view characters, std::size_t from, char first, char second,
+                     char orSecond, Accept accept) {
+    // Neighbouring windows share a unit, so that no pair lies across their border.
     for (std::size_t base = from; base + 1 < characters.size(); base += UnitBlock::kSize - 1) {
-        const std::size_t rest = characters.size() - base;
-        const UnitBlock block = rest >= UnitBlock::kSize
-                                    ? UnitBlock::load(characters.data() + base)
-                                    : UnitBlock::loadPart(characters.data() + base, rest);
-        std::uint64_t pairs = block.bitsOf(first) & block.bitsOf(second) >> 1;
+        const UnitBlock window = windowAt(characters, base);
+        const std::uint64_t seconds = window.bitsOf(second) | window.bitsOf(orSecond);
+        std::uint64_t pairs = window.bitsOf(first) & seconds >> 1;
         for (; pairs != 0; pairs &= pairs - 1) {
             const std::size_t i = base + static_cast<std::size_t>(std::countr_zero(pairs));
-            if (matches(i)) return i;
+            if (accept(i)) return i;
         }
     }
     return kNone;
-}
-
-std::size_t find(std::u16string_view characters, std::u16string_view part, std::size_t from) {
-    return find(characters, part, from, std::equal_to<std::u16string_view>());
 }
 
 // Folds the case of ASCII letters only.
@@ -70,10 +57,10 @@ std::size_t ElementEnds::endOfElement(std::u16string_view name, std::size_t star
     if (!closing || characters_[start + 1] == u'/' || characters_[end - 1] == u'/') return end;
 
     // The start tag's own attributes are searched as well: a closing text in one ends the element.
-    std::size_t close = findClosing(*closing, start + 1);
+    std::size_t comment = kNone;
+    std::size_t close = findClosing(*closing, start + 1, &comment);
     if (close == kNone) return end;
     // kept: one closing text inside a comment is stepped over, never a second one.
-    const std::size_t comment = find(characters_.substr(0, close), u"<!-", start);
     if (comment != kNone) {
         const std::size_t commentEnd = findCommentEnd(comment);
         const std::size_t next = commentEnd == kNone ? kNone : findClosing(*closing, commentEnd);
@@ -83,16 +70,26 @@ std::size_t ElementEnds::endOfElement(std::u16string_view name, std::size_t star
     return std::min(last, characters_.size());
 }
 
-std::size_t ElementEnds::findClosing(Closing& closing, std::size_t from) {
+std::size_t ElementEnds::findClosing(Closing& closing, std::size_t from, std::size_t* comment) {
     if (from >= closing.noneFrom) return kNone;
-    const std::size_t found = find(characters_, closing.text, from, equalNoCase);
+    const auto accept = [&](std::size_t i) {
+        if (characters_[i + 1] == u'/') {
+            return equalNoCase(characters_.substr(i, closing.text.size()), closing.text);
+        }
+        if (comment && *comment == kNone && characters_.substr(i).starts_with(u"<!-")) *comment = i;
+        return false;
+    };
+    const std::size_t found = findPair(characters_, from, '<', '/', '!', accept);
     if (found == kNone) closing.noneFrom = from;
     return found;
 }
 
 std::size_t ElementEnds::findCommentEnd(std::size_t from) {
     if (from < commentEndFrom_ || from > commentEnd_) {
-        commentEnd_ = find(characters_, u"-->", from);
+        const auto accept = [this](std::size_t i) {
+            return characters_.substr(i).starts_with(u"-->");
+        };
+        commentEnd_ = findPair(characters_, from, '-', '-', '-', accept);
         commentEndFrom_ = from;
     }
     return commentEnd_;

@@ -29,8 +29,10 @@ private:
         std::size_t noneFrom;  // no such text begins here or later
     };
 
-    // npos when there is none.
-    std::size_t findClosing(Closing& closing, std::size_t from);
+    // The first closing text from `from` on, npos when there is none. `comment`, when given, holds
+    // npos and gets the place of the first "<!-" in front of it.
+    std::size_t findClosing(Closing& closing, std::size_t from, std::size_t* comment = nullptr);
+    // The first "-->" from `from` on, npos when there is none.
     std::size_t findCommentEnd(std::size_t from);
 
     std::u16string_view characters_;

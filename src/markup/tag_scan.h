@@ -2,9 +2,9 @@
 // queries may run directly.
 //
 // The text is looked at through windows of 64 units, as bitmaps of the few characters that matter.
-// In text only "<" is looked for; a comment or section looks at each ">"; a tag resolves its quotes
-// by arithmetic on the bitmaps. A window is moved to the start of a tag that does not end in it, so
-// that most tags lie in one.
+// A window begins behind the last tag, and again at the start of a tag that does not end in it, so
+// that nearly every tag lies in one window. A tag's quotes are resolved by arithmetic on the
+// bitmaps; a comment or section looks at each ">".
 #pragma once
 
 #include <bit>
@@ -34,7 +34,12 @@ constexpr std::uint64_t bitsBehindLowest(std::uint64_t bits) {
 
 // Bit i is the parity of the bits 0 to i.
 constexpr std::uint64_t parityUpTo(std::uint64_t bits) {
-    for (int shift = 1; shift < 64; shift *= 2) bits ^= bits << shift;
+    bits ^= bits << 1;
+    bits ^= bits << 2;
+    bits ^= bits << 4;
+    bits ^= bits << 8;
+    bits ^= bits << 16;
+    bits ^= bits << 32;
     return bits;
 }
 
@@ -118,28 +123,11 @@ inline Range quickNameOfTag(std::u16string_view characters, std::size_t start, s
     return nameOfTag(characters, start, end);
 }
 
-// The window at `base`, which may lie at or past the end of the text.
-inline UnitBlock windowAt(std::u16string_view characters, std::size_t base) {
-    if (base + UnitBlock::kSize <= characters.size()) [[likely]] {
-        return UnitBlock::load(characters.data() + base);
-    }
-    const std::size_t rest = base < characters.size() ? characters.size() - base : 0;
-    return UnitBlock::loadPart(characters.data() + base, rest);
-}
-
 inline std::size_t indexOf(std::uint64_t bits) {
     return static_cast<std::size_t>(std::countr_zero(bits));
 }
 
-// The first "<" from `at` on.
-inline std::size_t findLess(std::u16string_view characters, std::size_t at) {
-    for (; at < characters.size(); at += UnitBlock::kSize) {
-        const std::uint64_t less = windowAt(characters, at).bitsOf('<');
-        if (less != 0) return at + indexOf(less);
-    }
-    return kNone;
-}
-
+// The end of an element's tag, from its "<" at `start`.
 inline std::size_t findElementEnd(std::u16string_view characters, std::size_t start) {
     TagState state;
     std::uint64_t within = bitsFrom(1);
@@ -150,6 +138,28 @@ inline std::size_t findElementEnd(std::u16string_view characters, std::size_t st
         start += UnitBlock::kSize;
     } while (start < characters.size());
     return kNone;
+}
+
+struct TagStart {
+    std::size_t start;  // of the "<"; kNone behind the last
+    // Where the tag ends if it is an element's and the window with its "<" holds all of it.
+    std::size_t elementEnd = kNone;
+};
+
+// The first tag from `at` on. Most text runs and tags together take less than a window.
+inline TagStart findTag(std::u16string_view characters, std::size_t at) {
+    const UnitBlock window = windowAt(characters, at);
+    std::uint64_t less = window.bitsOf('<');
+    if (less != 0) [[likely]] {
+        TagState state;
+        const std::uint64_t end = findTagEnd(TagBits(window), bitsBehindLowest(less), state);
+        return {at + indexOf(less), end != 0 ? at + indexOf(end) : kNone};
+    }
+    for (at += UnitBlock::kSize; at < characters.size(); at += UnitBlock::kSize) {
+        less = windowAt(characters, at).bitsOf('<');
+        if (less != 0) return {at + indexOf(less)};
+    }
+    return {kNone};
 }
 
 // The first ">" from `at` on in front of which `endsAt` finds what it needs.
@@ -203,13 +213,13 @@ bool scanTags(std::u16string_view string, std::u16string_view characters, void* 
     ElementEnds elementEnds(characters);
     TagCall call = {string, characters, kNotFound, 0, 0, 0, 0, TagKindEnd, context};
     for (;;) {
-        const std::size_t start = scan::findLess(characters, call.textLocation);
+        const auto [start, elementEnd] = scan::findTag(characters, call.textLocation);
         if (start == scan::kNone) break;
-        std::size_t end = scan::kNone;
+        std::size_t end = elementEnd;
         Range name = kNotFoundRange;
         const TagKind kind = scan::kindOfTag(characters, start);
         if (kind == TagKindElement) {
-            end = scan::findElementEnd(characters, start);
+            if (end == scan::kNone) end = scan::findElementEnd(characters, start);
             if (end == scan::kNone) break;
             name = scan::quickNameOfTag(characters, start, end);
             if (name.length - 5 < 2) {

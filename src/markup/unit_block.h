@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -150,5 +151,14 @@ inline unsigned UnitBlock::lengthOfPlainName(const char16_t* units) {
 }
 
 #endif
+
+// The units from `base` on, U+0000 behind the end of the text, past which `base` may lie.
+inline UnitBlock windowAt(std::u16string_view characters, std::size_t base) {
+    if (base + UnitBlock::kSize <= characters.size()) [[likely]] {
+        return UnitBlock::load(characters.data() + base);
+    }
+    const std::size_t rest = base < characters.size() ? characters.size() - base : 0;
+    return UnitBlock::loadPart(characters.data() + base, rest);
+}
 
 }  // namespace corvy
