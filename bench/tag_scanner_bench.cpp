@@ -153,6 +153,7 @@ CORVY_SHAPE(unclosedScriptTags, u"<script", u"");
 CORVY_SHAPE(unclosedComments, u"<script><!-</script>", u"");
 CORVY_SHAPE(commentClosedAtTheEnd, u"<script><!-</script>", u"-->");
 CORVY_SHAPE(closingTextInAValue, u"<script a=\"</script>", u"");
+CORVY_SHAPE(farEndOfEachTag, u"<script \"='=\"</script>", u"'\">");
 CORVY_SHAPE(scriptsAndStyles, u"<style></script><script></style>", u"");
 CORVY_SHAPE(unclosedQuotes, u"<a b=\"'", u"");
 CORVY_SHAPE(alternatingQuotes, u"='\" ", u"");

@@ -49,6 +49,37 @@ Range nameOfTag(std::u16string_view characters, std::size_t start, std::size_t e
             static_cast<std::size_t>(last - first)};
 }
 
+std::size_t ElementEnds::indexOfWalk(std::size_t at, scan::TagState state) {
+    const std::size_t code = state.quote == '"' ? 1 : state.quote == '\'' ? 2 : 0;
+    return at / kGrid * kStates + (state.equalSeen ? 3 : code);
+}
+
+std::size_t ElementEnds::endOfTag(std::size_t at, scan::TagState state) {
+    std::size_t found = kNone;
+    std::vector<std::size_t> passed;  // entries of `tagEnds_` that this walk fills
+    while (at < characters_.size()) {
+        if (at % kGrid == 0 && !tagEnds_.empty()) {
+            const std::size_t walk = indexOfWalk(at, state);
+            found = tagEnds_[walk];
+            if (found != kUnknown) break;
+            found = kNone;
+            passed.push_back(walk);
+        }
+        // Windows lie on multiples of their size, so that each walk comes to the same places.
+        const std::size_t base = at - at % UnitBlock::kSize;
+        const std::uint64_t within = scan::bitsFrom(static_cast<unsigned>(at - base));
+        const scan::TagBits bits(windowAt(characters_, base));
+        const std::uint64_t end = scan::findTagEnd(bits, within, state);
+        if (end != 0) {
+            found = base + scan::indexOf(end);
+            break;
+        }
+        at = base + UnitBlock::kSize;
+    }
+    for (const std::size_t walk : passed) tagEnds_[walk] = found;
+    return found;
+}
+
 std::size_t ElementEnds::endOfElement(std::u16string_view name, std::size_t start,
                                       std::size_t end) {
     Closing* closing = nullptr;
@@ -66,8 +97,12 @@ std::size_t ElementEnds::endOfElement(std::u16string_view name, std::size_t star
         const std::size_t next = commentEnd == kNone ? kNone : findClosing(*closing, commentEnd);
         if (next != kNone) close = next;
     }
-    const std::size_t last = characters_.find(u'>', close + closing->text.size());
-    return std::min(last, characters_.size());
+    const std::size_t last =
+        std::min(characters_.find(u'>', close + closing->text.size()), characters_.size());
+    if (last < end && tagEnds_.empty()) {
+        tagEnds_.assign((characters_.size() / kGrid + 1) * kStates, kUnknown);
+    }
+    return last;
 }
 
 std::size_t ElementEnds::findClosing(Closing& closing, std::size_t from, std::size_t* comment) {

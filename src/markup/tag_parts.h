@@ -3,8 +3,10 @@
 
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "foundation/range.h"
+#include "markup/tag_end.h"
 
 namespace corvy {
 
@@ -12,11 +14,14 @@ namespace corvy {
 // white space, "/", ">" or the end. kNotFoundRange without a letter. Linear in the tag.
 Range nameOfTag(std::u16string_view characters, std::size_t start, std::size_t end);
 
-// Finds the ends of `script` and `style` elements. Holds for one scan what it has not found, so
+// Finds ends that lie far from where their tags begin. Holds for one scan what it has learnt, so
 // that all of its searches together are linear in the text.
 class ElementEnds {
 public:
     explicit ElementEnds(std::u16string_view characters) : characters_(characters) {}
+
+    // The ">" that ends the tag whose walk is in `state` in front of `at`; npos when there is none.
+    std::size_t endOfTag(std::size_t at, scan::TagState state);
 
     // The tag from `start` to the ">" at `end`, named `name`, may open an element whose body is no
     // markup: then the index of the ">" that ends the element, or the length of the text when it
@@ -35,7 +40,17 @@ private:
     // The first "-->" from `from` on, npos when there is none.
     std::size_t findCommentEnd(std::size_t from);
 
+    // The entry of `tagEnds_` for a walk that comes in `state` to `at`, a multiple of kGrid.
+    static std::size_t indexOfWalk(std::size_t at, scan::TagState state);
+
+    // An element can end inside its own start tag, whose further units are walked again as the tags
+    // that they hold. From then on the ends of walks are kept by their states at every kGrid units.
+    static constexpr std::size_t kGrid = 1024;
+    static constexpr std::size_t kStates = 4;
+    static constexpr std::size_t kUnknown = std::u16string_view::npos - 1;
+
     std::u16string_view characters_;
+    std::vector<std::size_t> tagEnds_;  // empty until the first such element
     Closing script_ = {u"</script", std::u16string_view::npos};
     Closing style_ = {u"</style", std::u16string_view::npos};
     // The first "-->" at or after `commentEndFrom_` is known to be at `commentEnd_`.

@@ -112,6 +112,30 @@ TEST(TagScannerDifferential, LongRandomRuns) {
     }
 }
 
+// Elements that end inside start tags that end far away: the same units are walked many times.
+TEST(TagScannerDifferential, ElementsInsideTheirOwnTags) {
+    static constexpr std::u16string_view tokens[] = {u"<script \"='=\"</script>",
+                                                     u"<style a=\"</style>",
+                                                     u"<script '=\"='</script>",
+                                                     u"<a b='",
+                                                     u"\"",
+                                                     u"' ",
+                                                     u" = ",
+                                                     u"/",
+                                                     u"</script>"};
+    std::mt19937 random(11);
+    for (int round = 0; round < 60; ++round) {
+        const std::u16string filler(random() % 400, u' ');
+        const std::size_t kinds = 1 + random() % std::size(tokens);
+        std::u16string source;
+        while (source.size() < 12000) {
+            source += random() % 8 == 0 ? filler : tokens[random() % kinds];
+        }
+        source += random() % 2 == 0 ? u"\"'>\">" : u"'\"/>";
+        if (!agrees(source)) return;
+    }
+}
+
 TEST(TagScannerDifferential, HugeInputs) {
     struct Case {
         const char* name;
@@ -145,6 +169,8 @@ TEST(TagScannerDifferential, WorstCasesEndSoon) {
         {u"<script><!-</script>", u"", 100'001},
         {u"<script><!-</script>", u"-->", 100'001},
         {u"<script><!-</script>", u"--></script>", 2},
+        {u"<script \"='=\"</script>", u"'\">", 100'001},
+        {u"<script \"='=\"</script>", u"'\"", 1},
     };
     for (const Case& c : cases) {
         std::u16string source;
