@@ -49,15 +49,16 @@ const std::uint8_t* beginOf(std::span<const std::byte> bytes) {
 }
 
 std::size_t countReplacements(std::span<const char16_t> units) {
+    constexpr std::size_t kBlock = NativeBlocks::kSize;
     std::size_t count = 0;
-    // A fixed number of turns inside, so that the compiler makes vectors of it.
-    while (units.size() >= 16) {
-        unsigned some = 0;
-        for (std::size_t i = 0; i < 16; ++i) some += units[i] == kReplacement ? 1 : 0;
-        count += some;
-        units = units.subspan(16);
+    const auto add = [&count](std::span<const char16_t> some) {
+        count += static_cast<std::size_t>(std::count(some.begin(), some.end(), kReplacement));
+    };
+    for (; units.size() >= kBlock; units = units.subspan(kBlock)) {
+        if (NativeBlocks::contains(units.data(), kReplacement)) add(units.first(kBlock));
     }
-    return count + static_cast<std::size_t>(std::count(units.begin(), units.end(), kReplacement));
+    add(units);
+    return count;
 }
 
 class Utf8Converter final : public Converter {

@@ -3,6 +3,7 @@
 // of a sequence. Everyone else uses text.h or converters.h.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -76,62 +77,90 @@ struct Utf8Progress {
     std::size_t genuine = 0;        // U+FFFD that stood in the bytes
 };
 
-// Converts whole characters until the bytes or the room end. The bytes in front of `end` never
-// need more units than they are.
-template <typename Blocks>
-Utf8Progress decodeUtf8(const std::uint8_t* in, const std::uint8_t* end, char16_t* out,
-                        char16_t* outEnd) {
-    Utf8Progress progress = {in, out};
-    const auto isTrail = [](std::uint8_t byte) { return (byte & 0xC0) == 0x80; };
-    while (in < end) {
-        if (end - in >= 16 && outEnd - out >= 16) {
-            const std::uint32_t high = Blocks::widen(in, out);
-            const int ascii = high == 0 ? 16 : std::countr_zero(high);
-            in += ascii;
-            out += ascii;
-            if (high == 0) continue;
+namespace detail {
+
+// Converts the characters from `in` on, none of them by vectors, up to `limit` (which is at least 4
+// bytes before the end) or to the first two ASCII characters in a row. There must be room for all
+// of them.
+inline void decodeUtf8Stretch(Utf8Progress& progress, const std::uint8_t* limit,
+                              const std::uint8_t* end) {
+    const std::uint8_t* in = progress.in;
+    char16_t* out = progress.out;
+    while (in < limit) {
+        // Four bytes, the first one lowest.
+        const std::uint32_t word =
+            in[0] | in[1] << 8 | in[2] << 16 | static_cast<std::uint32_t>(in[3]) << 24;
+        if ((word & 0xC0E0) == 0x80C0 && (word & 0x1E) != 0) {
+            *out++ = static_cast<char16_t>((word & 0x1F) << 6 | (word >> 8 & 0x3F));
+            in += 2;
+            continue;
         }
-        // A stretch of other characters, with single ASCII characters (blanks, mostly) inside it.
-        while (in < end && out < outEnd) {
-            const std::uint8_t lead = *in;
-            if (lead < 0x80) {
-                *out++ = lead;
-                ++in;
-                if (end - in >= 16 && *in < 0x80) break;
-                continue;
-            }
-            if (lead < 0xE0 && lead >= 0xC2 && end - in >= 2 && isTrail(in[1])) {
-                *out++ = static_cast<char16_t>((lead & 0x1F) << 6 | (in[1] & 0x3F));
-                in += 2;
-                continue;
-            }
-            if (lead >= 0xE1 && lead < 0xED && end - in >= 3 && isTrail(in[1]) && isTrail(in[2])) {
-                *out++ = static_cast<char16_t>((lead & 0x0F) << 12 | (in[1] & 0x3F) << 6 |
-                                               (in[2] & 0x3F));
+        if ((word & 0xC0C0F0) == 0x8080E0) {
+            const std::uint32_t unit =
+                (word & 0x0F) << 12 | (word >> 2 & 0x0FC0) | (word >> 16 & 0x3F);
+            if (unit >= 0x800 && (unit & 0xF800) != 0xD800) {
+                *out++ = static_cast<char16_t>(unit);
+                progress.genuine += unit == 0xFFFD ? 1 : 0;
                 in += 3;
                 continue;
             }
-            const Utf8Character next = decodeUtf8Character(in, end);
-            if (next.character == kIllFormed) {
-                *out++ = 0xFFFD;
-                ++progress.substitutions;
-            } else if (next.character < 0x10000) {
-                *out++ = static_cast<char16_t>(next.character);
-                if (next.character == 0xFFFD) ++progress.genuine;
-            } else {
-                if (outEnd - out < 2) {
-                    outEnd = out;  // a pair does not fit: the room ends here
-                    break;
-                }
-                *out++ = static_cast<char16_t>(0xD7C0 + (next.character >> 10));
-                *out++ = static_cast<char16_t>(0xDC00 | (next.character & 0x3FF));
-            }
-            in += next.length;
         }
-        if (out == outEnd) break;
+        if ((word & 0x80) == 0) {
+            *out++ = static_cast<char16_t>(word & 0x7F);
+            ++in;
+            if ((word & 0x8000) == 0) break;
+            continue;
+        }
+        const Utf8Character next = decodeUtf8Character(in, end);
+        if (next.character == kIllFormed) {
+            *out++ = 0xFFFD;
+            ++progress.substitutions;
+        } else {
+            *out++ = static_cast<char16_t>(0xD7C0 + (next.character >> 10));
+            *out++ = static_cast<char16_t>(0xDC00 | (next.character & 0x3FF));
+        }
+        in += next.length;
     }
     progress.in = in;
     progress.out = out;
+}
+
+}  // namespace detail
+
+// Converts whole characters until the bytes or the room end. Bytes never need more units than they
+// are.
+template <typename Blocks>
+Utf8Progress decodeUtf8(const std::uint8_t* in, const std::uint8_t* end, char16_t* out,
+                        char16_t* outEnd) {
+    constexpr std::ptrdiff_t kBlock = Blocks::kSize;
+    Utf8Progress progress = {in, out};
+    while (end - progress.in >= kBlock && outEnd - progress.out >= kBlock) {
+        const std::uint32_t high = Blocks::widen(progress.in, progress.out);
+        const int ascii = high == 0 ? kBlock : std::countr_zero(high);
+        progress.in += ascii;
+        progress.out += ascii;
+        if (high == 0) continue;
+        // A character that starts before the limit can need one unit more than there are bytes
+        // up to the limit.
+        const std::ptrdiff_t safe = std::min(end - progress.in - 4, outEnd - progress.out - 1);
+        if (safe <= 0) break;
+        detail::decodeUtf8Stretch(progress, progress.in + safe, end);
+    }
+    while (progress.in < end && progress.out < outEnd) {
+        const Utf8Character next = decodeUtf8Character(progress.in, end);
+        if (next.character == kIllFormed) {
+            *progress.out++ = 0xFFFD;
+            ++progress.substitutions;
+        } else if (next.character < 0x10000) {
+            *progress.out++ = static_cast<char16_t>(next.character);
+            progress.genuine += next.character == 0xFFFD ? 1 : 0;
+        } else {
+            if (outEnd - progress.out < 2) break;
+            *progress.out++ = static_cast<char16_t>(0xD7C0 + (next.character >> 10));
+            *progress.out++ = static_cast<char16_t>(0xDC00 | (next.character & 0x3FF));
+        }
+        progress.in += next.length;
+    }
     return progress;
 }
 

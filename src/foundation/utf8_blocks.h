@@ -1,5 +1,5 @@
-// Sixteen bytes or units at a time between ASCII bytes and UTF-16: one small struct for each
-// instruction set, all with the same two functions.
+// Sixteen bytes or units at a time: ASCII to UTF-16 and back, and looking for a unit. One small
+// struct for each instruction set, all with the same functions.
 #pragma once
 
 #include <bit>
@@ -37,6 +37,12 @@ struct ScalarBlocks {
         }
         return all < 0x80;
     }
+    // Whether one of 16 units is `unit`.
+    static bool contains(const char16_t* in, char16_t unit) {
+        bool found = false;
+        for (std::size_t i = 0; i < kSize; ++i) found |= in[i] == unit;
+        return found;
+    }
 };
 
 #if defined(__SSE2__)
@@ -58,6 +64,13 @@ struct Sse2Blocks {
         const __m128i outside =
             _mm_and_si128(_mm_or_si128(low, high), _mm_set1_epi16(static_cast<short>(0xFF80)));
         return _mm_movemask_epi8(_mm_cmpeq_epi16(outside, _mm_setzero_si128())) == 0xFFFF;
+    }
+    static bool contains(const char16_t* in, char16_t unit) {
+        const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in));
+        const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + 8));
+        const __m128i wanted = _mm_set1_epi16(static_cast<short>(unit));
+        return _mm_movemask_epi8(
+                   _mm_or_si128(_mm_cmpeq_epi16(low, wanted), _mm_cmpeq_epi16(high, wanted))) != 0;
     }
 };
 using NativeBlocks = Sse2Blocks;
@@ -85,6 +98,12 @@ struct NeonBlocks {
         const uint16x8_t high = vld1q_u16(units + 8);
         vst1q_u8(reinterpret_cast<std::uint8_t*>(out), vmovn_high_u16(vmovn_u16(low), high));
         return vmaxvq_u16(vorrq_u16(low, high)) < 0x80;
+    }
+    static bool contains(const char16_t* in, char16_t unit) {
+        const auto* const units = reinterpret_cast<const std::uint16_t*>(in);
+        const uint16x8_t wanted = vdupq_n_u16(unit);
+        return vmaxvq_u16(vorrq_u16(vceqq_u16(vld1q_u16(units), wanted),
+                                    vceqq_u16(vld1q_u16(units + 8), wanted))) != 0;
     }
 };
 using NativeBlocks = NeonBlocks;
