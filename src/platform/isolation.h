@@ -21,7 +21,10 @@ struct WorkerLimits {
     std::uint64_t addressSpace = std::uint64_t{3} << 30;  // bytes
     double cpuSeconds = 20;
     double wallSeconds = 20;  // from the call to its result, however often parts come
-    bool network = false;     // may open sockets
+    // Bytes of its parts and its result together, as they cost the caller; also the largest file
+    // that it may write.
+    std::uint64_t output = std::uint64_t{1} << 30;
+    bool network = false;  // may open sockets
 };
 
 struct WorkerRequest {

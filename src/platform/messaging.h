@@ -63,8 +63,10 @@ private:
 std::string runtimeDirectory();
 
 // Looks the name up, without waiting: the proxy of the object that is registered under it, or null.
-// A service that is busy is found all the same.
-std::unique_ptr<RootProxy> rootProxyForConnectionWithRegisteredName(std::string_view name);
+// A service that is busy is found all the same. The name is that of the given folder; without one,
+// of runtimeDirectory().
+std::unique_ptr<RootProxy> rootProxyForConnectionWithRegisteredName(std::string_view name,
+                                                                    std::string_view folder = {});
 
 // The status properties of the service behind a proxy made by the function above; throws
 // TransportError.

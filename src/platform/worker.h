@@ -18,6 +18,9 @@ public:
     virtual void sendPart(const PropertyList& part) = 0;
     // Asks the caller and waits for the answer; the null placeholder when nobody answers.
     virtual PropertyList ask(const PropertyList& question) = 0;
+    // A folder for the files of this operation alone, also named by TMPDIR from then on. It goes
+    // with the operation, however that ends. Empty when there is none.
+    virtual std::string temporaryFolder() { return {}; }
 };
 
 // The result, or none. What it throws counts as none.

@@ -1,0 +1,60 @@
+// PDF documents: their properties, and the text of their pages.
+//
+// The library behind it keeps state for the whole process and may crash, hang or use up memory on
+// damaged documents: it belongs into a worker.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "foundation/property_list.h"
+#include "foundation/size_string.h"
+#include "platform/attributed_text.h"
+
+namespace corvy::platform {
+
+// An open PDF. `bytes` must outlive it.
+class PdfDocument {
+public:
+    // None when the bytes are not a PDF. A document that wants a password opens, locked.
+    static std::optional<PdfDocument> open(std::span<const std::byte> bytes);
+
+    ~PdfDocument();
+    PdfDocument(PdfDocument&&) noexcept;
+    PdfDocument& operator=(PdfDocument&&) noexcept;
+
+    // It wants a password: there is no text, and the rest is what can be told without.
+    bool isLocked() const;
+    // 0 for a locked document that hides it.
+    std::size_t pageCount() const;
+    // Every entry of the document's information dictionary under its own key; none when there is
+    // no such dictionary. CreationDate and ModDate are dates where they can be read as such. A
+    // locked document has no strings, for they are encrypted.
+    std::optional<Dictionary> documentAttributes() const;
+    // Of the media box, in points; none when the page cannot be had.
+    std::optional<Size> mediaBoxSize(std::size_t index) const;
+
+    // The text of a page in reading order: a line feed ends each line, an empty line each column
+    // or paragraph; no white space at its end. Empty for a damaged page and one without text.
+    // index < pageCount(). Pages in a row are read much faster than others.
+    std::u16string textOfPage(std::size_t index);
+    // The same with its style.
+    AttributedText attributedTextOfPage(std::size_t index);
+    // All pages, each that has text with a line feed after it.
+    AttributedText attributedText();
+
+private:
+    struct State;
+    explicit PdfDocument(std::unique_ptr<State> state);
+    std::unique_ptr<State> state_;
+};
+
+// Loads what the library needs for most documents, so that processes forked later have it.
+void preparePdfLibrary();
+// Such as "22.12.0".
+std::string pdfLibraryVersion();
+
+}  // namespace corvy::platform
