@@ -2,6 +2,7 @@
 
 #include "foundation/character_tables.h"
 #include "foundation/string_compare.h"
+#include "foundation/text_cleanup.h"
 #include "tools/toolkit/operation.h"
 
 namespace corvy::tools {
@@ -65,6 +66,7 @@ constexpr Operation kOperations[] = {
     function<umlautsToAscii>("umlautsToAscii"),
     function<umlautsToUpperAscii>("umlautsToUpperAscii"),
     function<umlautsToLowerAscii>("umlautsToLowerAscii"),
+    method<fixedAndNormalizedString>("fixedAndNormalizedString"),
     function<compareOver<equalStringsNoCaseUsingCharacterSetRep>>(
         "equalStringsNoCaseUsingCharacterSetRep"),
     function<compareOver<hasPrefixNoCaseUsingCharacterSetRep>>(
