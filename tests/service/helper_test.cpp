@@ -89,7 +89,7 @@ TEST_F(HelperTest, AnObjectOfTheWrongClassIsAnException) {
 }
 
 TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
-    const RemoteValue answer = attributed(false, examplePdf("pages.pdf"));
+    const RemoteValue answer = attributed(false, examplePdf("guide.pdf"));
     ASSERT_TRUE(answer && answer->dictionary());
     const Dictionary& result = *answer->dictionary();
     EXPECT_EQ(result.begin()->key, u"String");
@@ -98,7 +98,7 @@ TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
     EXPECT_FALSE(result.contains(u"Size"));
     EXPECT_FALSE(result.contains(u"Locked"));
 
-    const RemoteValue rich = attributed(true, examplePdf("pages.pdf"));
+    const RemoteValue rich = attributed(true, examplePdf("guide.pdf"));
     ASSERT_TRUE(rich && rich->dictionary()->find(u"String")->bytes());
     EXPECT_TRUE(rich->dictionary()->find(u"String")->bytes()->chars().starts_with("rtfd"));
 
@@ -109,7 +109,7 @@ TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
 }
 
 TEST_F(HelperTest, WhatIsNoPdfGivesNilAndTheServiceGoesOn) {
-    const Bytes good = examplePdf("pages.pdf");
+    const Bytes good = examplePdf("guide.pdf");
     const Bytes bad[] = {Bytes(), Bytes::copyOf("%PDF-1.7\n"), Bytes::copyOf("hello"),
                          Bytes(std::vector<std::byte>(1 << 20, std::byte{0xFF}))};
     for (const Bytes& bytes : bad) EXPECT_EQ(attributed(false, bytes), std::nullopt);
@@ -119,15 +119,15 @@ TEST_F(HelperTest, WhatIsNoPdfGivesNilAndTheServiceGoesOn) {
 TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
     std::vector<std::byte> huge(300'000'000, std::byte{'x'});
     EXPECT_EQ(attributed(false, Bytes(std::move(huge))), std::nullopt);
-    EXPECT_TRUE(attributed(false, examplePdf("pages.pdf")));
+    EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
 }
 
 TEST_F(HelperTest, WorkerKilledUnderTheServiceIsStartedAgain) {
-    ASSERT_TRUE(attributed(false, examplePdf("pages.pdf")));
+    ASSERT_TRUE(attributed(false, examplePdf("guide.pdf")));
     const std::vector<pid_t> workers = test::childrenOf(helper_.pid());
     ASSERT_EQ(workers.size(), 1U);
     kill(workers[0], SIGKILL);
-    EXPECT_TRUE(attributed(false, examplePdf("pages.pdf")));
+    EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
 }
 
 TEST_F(HelperTest, SecondServiceRunsOnWithoutTheName) {
@@ -164,7 +164,7 @@ TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
               "(false,)\n");
     const std::string python =
         outputOf("python3 " CORVY_TEST_DATA "/../../examples/python_client.py " CORVY_TEST_DATA
-                 "/../../examples/pages.pdf 2>&1");
+                 "/../../examples/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
 }
 
