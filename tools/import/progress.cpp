@@ -32,11 +32,8 @@ std::string countText(std::uint64_t count, std::string_view noun) {
 }
 
 std::string durationText(double seconds) {
-    if (seconds < 60)
-        return format(seconds < 1                                      ? "%.3f s"
-                      : seconds < 10 && seconds != std::floor(seconds) ? "%.1f s"
-                                                                       : "%.0f s",
-                      seconds);
+    if (seconds < 1) return format("%.3f s", seconds);
+    if (seconds < 60) return format(seconds < 10 ? "%.1f s" : "%.0f s", seconds);
     const auto whole = static_cast<long>(std::lround(seconds));
     char text[64];
     if (whole < 3600) {
@@ -140,7 +137,10 @@ std::string Progress::barLine() const {
         line = "[" + std::string(static_cast<std::size_t>(filled), '#') +
                std::string(static_cast<std::size_t>(kBarWidth - filled), '.') + "] " +
                std::to_string(worked) + "/" + std::to_string(expected);
-        if (share > 0.02) line += ", " + durationText(std::ceil(passed / share - passed)) + " left";
+        const double left = std::ceil(passed / share - passed);
+        if (share > 0.02) {
+            line += ", " + (left < 60 ? format("%.0f s", left) : durationText(left)) + " left";
+        }
     }
     line += ", " + amountText(bytes) + ", " + rateText(files, bytes, passed);
     if (failures_ > 0) line += ", " + countText(failures_, "failure");
