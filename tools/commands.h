@@ -13,5 +13,11 @@ int callCommand(int argc, char** argv);
 int importCommand(int argc, char** argv);
 // pdf_commands.cpp
 int pdfCommand(int argc, char** argv);
+// html_commands.cpp
+int htmlCommand(int argc, char** argv);
+// text_commands.cpp
+int entitiesCommand(int argc, char** argv);
+int charsetCommand(int argc, char** argv);
+int toolkitCommand(int argc, char** argv);
 
 }  // namespace corvy::tools

@@ -23,6 +23,10 @@ using namespace corvy::tools;
 constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
+    {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
+    {"entities", "character references into characters, and back", entitiesCommand},
+    {"charset", "character sets of pages, and their names", charsetCommand},
+    {"toolkit", "call operations of the toolkit by JSON lines", toolkitCommand},
     {"importers", "list the metadata importers of the service", importersCommand},
     {"serve", "run the service in the foreground", serveCommand},
     {"status", "tell whether the service runs, and what it offers", statusCommand},
