@@ -24,7 +24,8 @@ struct WorkerLimits {
     // Bytes of its parts and its result together, as they cost the caller; also the largest file
     // that it may write.
     std::uint64_t output = std::uint64_t{1} << 30;
-    bool network = false;  // may open sockets
+    // May open sockets. A family that is asked for both has two programs running.
+    bool network = false;
 };
 
 struct WorkerRequest {
