@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <random>
 #include <utility>
+#include <vector>
 
 #include "foundation/text.h"
 #include "platform/descriptor.h"
@@ -30,6 +31,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+// Functions of libraries are bound once, in the warm process, not again in each of its children.
+constexpr std::string_view kBindAtStart = "LD_BIND_NOW=1";
 // How long a program may take to kill a child, or to end, before it is killed itself.
 constexpr milliseconds kConfirmTime{1000};
 // How long a program may take to start its libraries.
@@ -133,6 +136,10 @@ struct Program {
 pid_t spawnProgram(const Program& program, std::string temporaryFolder, int control) {
     std::string name = program.path;
     std::string mode(program.network ? kServeWithNetwork : kServe);
+    std::string binding(kBindAtStart);
+    std::vector<char*> environment;
+    for (char** entry = environ; *entry; ++entry) environment.push_back(*entry);
+    environment.insert(environment.end(), {binding.data(), nullptr});
     const std::array<char*, 4> arguments{name.data(), mode.data(), temporaryFolder.data(), nullptr};
 
     posix_spawn_file_actions_t files;
@@ -156,8 +163,8 @@ pid_t spawnProgram(const Program& program, std::string temporaryFolder, int cont
         &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
 
     pid_t pid = -1;
-    const int error =
-        ::posix_spawn(&pid, name.c_str(), &files, &attributes, arguments.data(), environ);
+    const int error = ::posix_spawn(&pid, name.c_str(), &files, &attributes, arguments.data(),
+                                    environment.data());
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&files);
     return error == 0 ? pid : -1;

@@ -254,6 +254,7 @@ private:
 
 int serve(const WorkerFamily& family, bool network, const char* temporaryFolder) {
     if (!confineProgram(network)) return EXIT_FAILURE;
+    ::unsetenv("LD_BIND_NOW");  // it was meant for us; what operations start is used but once
     // Errors of writing, not ends: a subprocess that left early, a file beyond its limit.
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGXFSZ, SIG_IGN);
