@@ -12,11 +12,12 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <compare>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <string_view>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -128,7 +129,9 @@ std::string newTemporaryFolder() {
 struct Program {
     std::string path;
     bool network = false;
-    friend auto operator<=>(const Program&, const Program&) = default;
+    bool operator<(const Program& other) const {
+        return std::tie(path, network) < std::tie(other.path, other.network);
+    }
 };
 
 // -1 when it cannot be started. The program gets the null device as standard input and output, our
