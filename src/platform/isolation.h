@@ -53,7 +53,8 @@ public:
     WorkerPool& operator=(const WorkerPool&) = delete;
 
     // The operation's result; none when it gave none or its process did not come through.
-    // Parts that came before count all the same.
+    // Parts that came before count all the same. What a callback throws reaches the caller, and the
+    // operation is over then.
     std::optional<PropertyList> run(const WorkerRequest& request);
 
 private:
