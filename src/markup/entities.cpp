@@ -253,16 +253,17 @@ std::u16string encoded(std::u16string_view text, IsChanged isChanged, Append app
     }
 }
 
-// What JSON writes behind a backslash.
+// What JSON writes behind a backslash for each unit of ASCII; 0 for one that is copied.
+constexpr auto kJsonEscapes = [] {
+    std::array<char16_t, 0x80> escapes{};
+    escapes[u'\b'] = u'b', escapes[u'\t'] = u't', escapes[u'\n'] = u'n';
+    escapes[u'\f'] = u'f', escapes[u'\r'] = u'r';
+    for (const char16_t c : {u'"', u'/', u'\\'}) escapes[c] = c;
+    return escapes;
+}();
+
 constexpr char16_t jsonEscape(char16_t c) {
-    switch (c) {
-        case u'\b': return u'b';
-        case u'\t': return u't';
-        case u'\n': return u'n';
-        case u'\f': return u'f';
-        case u'\r': return u'r';
-        default: return c;
-    }
+    return c < kJsonEscapes.size() ? kJsonEscapes[c] : u'\0';
 }
 
 }  // namespace
@@ -322,14 +323,17 @@ std::u16string stringByConvertingCharactersToStandardEntities(std::u16string_vie
 }
 
 std::u16string stringByConvertingCharactersToJSON(std::u16string_view text) {
-    const auto isEscaped = [](char16_t c) {
-        return ((c >= u'\b') & (c <= u'\r') & (c != u'\v')) | (c == u'"') | (c == u'/') |
-               (c == u'\\');
-    };
-    return encoded(text, isEscaped, [](std::u16string& out, char16_t unit) {
-        out += u'\\';
-        out += jsonEscape(unit);
-    });
+    // Escapes are too frequent for a search between them to pay.
+    std::size_t length = text.size();
+    for (const char16_t c : text) length += jsonEscape(c) ? 1 : 0;
+    std::u16string out(length, u'\0');
+    char16_t* to = out.data();
+    for (const char16_t c : text) {
+        const char16_t escape = jsonEscape(c);
+        if (escape) *to++ = u'\\';
+        *to++ = escape ? escape : c;
+    }
+    return out;
 }
 
 }  // namespace corvy
