@@ -178,7 +178,7 @@ public:
     static std::unique_ptr<Converter> open(const char* name) {
         const bool little = std::endian::native == std::endian::little;
         const iconv_t handle = iconv_open(little ? "UTF-16LE" : "UTF-16BE", name);
-        if (handle == reinterpret_cast<iconv_t>(-1)) return nullptr;
+        if (reinterpret_cast<std::intptr_t>(handle) == -1) return nullptr;
         return std::unique_ptr<Converter>(new LibcConverter(handle));
     }
     ~LibcConverter() override { iconv_close(handle_); }
@@ -309,7 +309,9 @@ Conversion convertUnicodeToUTF8(std::u16string_view text, std::span<std::byte> o
 Conversion convertEncodingToUnicode(std::span<const std::byte> bytes, Encoding encoding,
                                     std::span<char16_t> out) {
     Converter* const converter = converterFor(encoding);
-    return converter == nullptr ? Conversion() : converter->decode(bytes, out);
+    // The C library refuses a buffer without any room.
+    if (converter == nullptr || out.empty()) return {};
+    return converter->decode(bytes, out);
 }
 
 std::optional<DecodedText> tryToCreateStringWithEncoding(std::span<const std::byte> bytes,
