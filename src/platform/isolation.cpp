@@ -244,16 +244,17 @@ enum class Outcome {
 // One operation, from its start to its end, whichever way it ends.
 class Operation {
 public:
-    Operation(Worker& worker, const WorkerRequest& request, Clock::time_point deadline)
-        : worker_(worker), request_(request), deadline_(deadline) {
+    Operation(std::shared_ptr<Worker> worker, const WorkerRequest& request,
+              Clock::time_point deadline)
+        : worker_(std::move(worker)), request_(request), deadline_(deadline) {
         auto ends = socketPair(SOCK_STREAM);
         if (!ends) return;
-        number_ = worker.start(request.limits, ends->second.get());
+        number_ = worker_->start(request.limits, ends->second.get());
         if (number_) channel_ = std::move(ends->first);
     }
     // After an exception too: the child does not outlive the call.
     ~Operation() {
-        if (number_) worker_.end(*number_);
+        if (number_) worker_->end(*number_);
     }
     Operation(const Operation&) = delete;
     Operation& operator=(const Operation&) = delete;
@@ -269,9 +270,9 @@ public:
     bool clearAway() {
         if (!number_) return false;
         // One that is still loading finds the channel closed when it gets to the operation.
-        if (!worker_.hasStarted()) return true;
+        if (!worker_->hasStarted()) return true;
         channel_.reset();
-        return worker_.endAndConfirm(*std::exchange(number_, std::nullopt));
+        return worker_->endAndConfirm(*std::exchange(number_, std::nullopt));
     }
 
     PropertyList result;
@@ -306,7 +307,7 @@ private:
     bool take(Frame frame) {
         if (!hasBegun_) {
             hasBegun_ = frame.kind == FrameKind::began;
-            if (hasBegun_) worker_.setServing();
+            if (hasBegun_) worker_->setServing();
             return hasBegun_;
         }
         if (frame.kind == FrameKind::part) {
@@ -334,7 +335,8 @@ private:
                                     : pollUntil(channel_.get(), events, deadline_);
     }
 
-    Worker& worker_;
+    // Kept, since a request that is served inside may find the program dead and replace it.
+    std::shared_ptr<Worker> worker_;
     const WorkerRequest& request_;
     Clock::time_point deadline_;
     std::optional<std::uint64_t> number_;
@@ -385,7 +387,7 @@ std::optional<PropertyList> WorkerPool::run(const WorkerRequest& request) {
             isFresh = true;
         }
         if (!worker) return std::nullopt;
-        Operation operation(*worker, request, deadline);
+        Operation operation(worker, request, deadline);
         const Outcome outcome = operation.run();
         if (outcome == Outcome::answered) return std::move(operation.result);
         if (worker->isGone() || !operation.clearAway()) state_->drop(request.family, worker);

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
@@ -234,8 +235,12 @@ private:
 };
 
 int serve(const WorkerFamily& family, const char* temporaryFolder) {
-    ::signal(SIGPIPE, SIG_IGN);  // a subprocess that ends early is an error of writing to it
+    // Errors of writing, not ends: a subprocess that left early, a file beyond its limit.
+    ::signal(SIGPIPE, SIG_IGN);
+    ::signal(SIGXFSZ, SIG_IGN);
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    // When the machine runs out of memory, it shall be our children that go, not the application.
+    std::ofstream("/proc/self/oom_score_adj") << 500;
     ::fcntl(kControlDescriptor, F_SETFD, FD_CLOEXEC);
     try {
         if (family.initialise) family.initialise();

@@ -1,6 +1,7 @@
 // The helper as its users meet it: the built program, through its socket.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -187,6 +188,29 @@ TEST(Helper, TellsTheServiceManagerThatItIsReady) {
     EXPECT_EQ(std::string(message, length > 0 ? static_cast<std::size_t>(length) : 0), "READY=1");
     // Ready means registered.
     EXPECT_TRUE(platform::rootProxyForConnectionWithRegisteredName(kCorvyStackHelperName));
+}
+
+TEST(Helper, PrivateOneEndsWithItsOwner) {
+    const test::TemporaryFolder folder;
+    const std::string runtime = folder.file("runtime");
+    std::filesystem::create_directory(runtime);
+    chmod(runtime.c_str(), 0700);
+    setenv("CORVYSTACK_RUNTIME_DIR", runtime.c_str(), 1);
+    char program[] = "/bin/sleep", duration[] = "60";
+    char* arguments[] = {program, duration, nullptr};
+    pid_t owner = -1;
+    ASSERT_EQ(posix_spawn(&owner, program, nullptr, nullptr, arguments, environ), 0);
+    setenv("CORVYSTACK_OWNER", std::to_string(owner).c_str(), 1);
+    const HelperProcess helper;
+    unsetenv("CORVYSTACK_OWNER");
+    EXPECT_TRUE(HelperProcess::connect());
+    EXPECT_TRUE(helper.runs());
+
+    kill(owner, SIGKILL);
+    waitpid(owner, nullptr, 0);
+    EXPECT_TRUE(test::eventually([&helper] { return !helper.runs(); }));
+    EXPECT_FALSE(std::filesystem::exists(runtime));
+    unsetenv("CORVYSTACK_RUNTIME_DIR");
 }
 
 }  // namespace
