@@ -150,21 +150,21 @@ TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
 
 TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     const std::string socket = "unix:path=" + folder_.path() + "/CorvyStackHelper64.1";
-    for (const char* tool : {"busctl", "gdbus", "python3"}) {
+    for (const char* tool : {"busctl", "gdbus", "/usr/bin/python3"}) {
         if (outputOf(std::string("command -v ") + tool).empty()) GTEST_SKIP() << "no " << tool;
     }
     const std::string listing =
-        outputOf("busctl --address=" + socket +
-                 " introspect org.corvystack /CorvyStackHelper 2>&1 | "
-                 "grep -A100 org.corvystack.ImExport1 | grep -c ' method '");
+        outputOf("busctl --address=" + socket + " introspect :1.0 /CorvyStackHelper 2>&1 | " +
+                 "awk '$2 == \"interface\" { ours = $1 == \"org.corvystack.ImExport1\" } " +
+                 "ours && $2 == \"method\"' | wc -l");
     EXPECT_EQ(listing, "10\n");
     EXPECT_EQ(outputOf("gdbus call --address " + socket +
                        " --dest :1.0 --object-path /CorvyStackHelper --method "
                        "org.corvystack.ImExport1.SupportsFile \"[<'/etc/hostname'>]\" 2>&1"),
               "(false,)\n");
-    const std::string python =
-        outputOf("python3 " CORVY_TEST_DATA "/../../examples/python_client.py " CORVY_TEST_DATA
-                 "/../../examples/guide.pdf 2>&1");
+    const std::string python = outputOf("/usr/bin/python3 " CORVY_TEST_DATA
+                                        "/../../examples/python_client.py " CORVY_TEST_DATA
+                                        "/../../examples/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
 }
 
