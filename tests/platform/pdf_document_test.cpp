@@ -4,6 +4,7 @@
 #include <PDFDoc.h>
 #include <TextOutputDev.h>
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <chrono>
 
@@ -47,6 +48,14 @@ std::vector<std::u16string> stockTextsOf(const std::string& pdf) {
         texts.push_back(fromUtf8(text));
     }
     return texts;
+}
+
+std::string deflated(const std::string& bytes) {
+    std::string out(bytes.size() + 100, '\0');
+    uLongf size = out.size();
+    compress(reinterpret_cast<Bytef*>(out.data()), &size,
+             reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
+    return out.substr(0, size);
 }
 
 TEST(PdfDocument, ReadsTextAndBoxes) {
@@ -157,6 +166,17 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
     const std::string withForm =
         "<</Font<</F2 " + reference(y) + ">>/XObject<</X " + reference(form) + ">>>>";
 
+    const std::string deflate = "/Filter/FlateDecode";
+    std::string cutShort = deflated(showText("a22"));
+    cutShort.resize(cutShort.size() - 4);  // the check sum
+    std::string damaged = deflated(showText("a23"));
+    damaged.back() ^= 1;  // its check sum
+    std::string rows;     // of four bytes, each as it is
+    for (const char c : showText("a24") + "  ") {
+        if (rows.size() % 5 == 0) rows += '\0';
+        rows += c;
+    }
+
     const std::pair<PdfPage, const char16_t*> pages[] = {
         {{showText("a1"), f1x}, u"X1"},
         {{showText("a2", "F2"), both}, u"Y2"},
@@ -180,11 +200,18 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
         {{"(broken", f1x}, u""},
         {{showText("a18") + " W", f1x}, u"X18"},
         {{"0 0 m 10 10 l S " + showText("a19", "F2"), withForm}, u"Y19"},
+        {{deflated(showText("a20")), f1x, "", deflate}, u"X20"},
+        {{deflated(showText("a21")) + "more", f1x, "", deflate}, u"X21"},
+        {{cutShort, f1x, "", deflate}, u"X22"},
+        {{damaged, f1x, "", deflate}, u"X23"},
+        {{deflated(rows), f1x, "", deflate + "/DecodeParms<</Predictor 12/Columns 4>>"}, u"X24"},
+        {{deflated(deflated(showText("a25"))), f1x, "", "/Filter[/FlateDecode/FlateDecode]"},
+         u"X25"},
     };
     std::string kids;
     std::vector<std::u16string> expected;
     for (const auto& [page, text] : pages) {
-        const int content = builder.addStream(page.content);
+        const int content = builder.addStream(page.content, page.streamEntries);
         kids += reference(builder.add("<</Type/Page/Parent 2 0 R/Contents " + reference(content) +
                                       "/Resources" + page.resources + page.entries + ">>")) +
                 " ";
