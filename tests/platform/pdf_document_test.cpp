@@ -187,6 +187,8 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
         {{showText("a7"), f1x, "/MediaBox[0 0 200 720]"}, u"X7"},
         {{showText("a8"), f1x, "/Rotate 90"}, u"X8"},
         {{showText("a9"), f1x}, u"X9"},
+        // Text that begins nowhere begins at the corner of the page.
+        {{"/F1 12 Tf (a) Tj BT 9 0 Td (9) Tj ET", f1x}, u"X9"},
         {{"q q BT /F1 12 Tf 3 0 0 3 50 50 Tm (a10) Tj", f1x}, u"X10"},  // leaves all open
         {{"BT /F1 12 Tf 10 400 Td (a11) Tj ET", f1x}, u"X11"},
         {{showText("a12") + " /OC /H BDC " + showText("gone"), hidden}, u"X12"},  // no EMC
@@ -225,7 +227,7 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
 
     // In another order, too.
     auto document = PdfDocument::open(bytesOf(pdf));
-    for (const std::size_t i : {8U, 2U, 1U, 3U, 4U, 0U, 21U}) {
+    for (const std::size_t i : {8U, 2U, 1U, 3U, 4U, 0U, 22U}) {
         EXPECT_EQ(document->textOfPage(i), expected[i]) << i;
     }
 }
@@ -238,7 +240,7 @@ TEST(PdfDocument, KeepsStylesInAttributedText) {
         "<</Type/Page/Parent 2 0 R/Contents 5 0 R/Resources<</Font<</A 6 0 R/B 7 0 R>>>>>>");
     builder.add("<</Type/Page/Parent 2 0 R/Resources<<>>>>");
     builder.addStream(
-        "BT /A 12 Tf 20 200 Td (One ) Tj /B 12 Tf 1 0 0 rg (two) Tj ET "
+        "/P BMC BT /A 12 Tf 20 200 Td (One ) Tj /B 12 Tf 1 0 0 rg (two) Tj ET "
         "BT /A 24 Tf 20 100 Td (three) Tj ET");
     builder.add("<</Type/Font/Subtype/Type1/BaseFont/ABCDEF+Times-BoldItalic>>");
     builder.add("<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>");
