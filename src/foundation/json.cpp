@@ -67,6 +67,10 @@ private:
     void writeValue(bool value) { out_ += value ? "true" : "false"; }
     void writeValue(const std::u16string& value) { appendString(out_, value); }
     void writeValue(const Bytes& value) {
+        if (style_.bytesForm) {
+            out_ += style_.bytesForm(key_, value);
+            return;
+        }
         out_ += "{\"bytes\": \"" + base64Of(value.chars()) + "\"}";
     }
     void writeValue(Date value) {
@@ -112,6 +116,7 @@ private:
             separate(first);
             appendString(out_, key);
             out_ += ": ";
+            key_ = key;
             write(value);
         }
         --depth_;
@@ -133,6 +138,7 @@ private:
 
     JsonStyle style_;
     int depth_ = 0;
+    std::u16string_view key_;  // the last one written
     std::string out_;
 };
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ struct JsonStyle {
     // Dictionaries as plain JSON objects and null placeholders as null. Without it a dictionary is
     // {"dict": {...}}, so that no reader takes {"bytes": "..."} for one.
     bool plainDictionaries = false;
+    // Gives the JSON of bytes instead of the form below. `key` is the one that they stand under, or
+    // the array that holds them; empty outside of a dictionary.
+    std::function<std::string(std::u16string_view key, const Bytes& bytes)> bytesForm = {};
 };
 
 // Bytes are {"bytes": BASE64}, dates {"date": SECONDS}, addresses {"url": TEXT}; numbers take the

@@ -4,50 +4,19 @@
 #include <unicode/utf16.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <limits>
+#include <span>
+
+#include "foundation/character_tables.h"
+#include "foundation/utf8.h"
 
 namespace corvy {
 
 namespace {
 
 constexpr char16_t kReplacement = 0xFFFD;
-constexpr char32_t kIllFormed = 0xFFFFFFFF;
-
-struct Decoded {
-    char32_t character;  // kIllFormed for a maximal ill-formed part
-    std::size_t length;  // bytes read, at least 1
-};
-
-// One character at the start of `bytes`, which are not empty.
-Decoded decodeOne(std::string_view bytes) {
-    const auto byteAt = [bytes](std::size_t i) { return static_cast<std::uint8_t>(bytes[i]); };
-    const std::uint8_t lead = byteAt(0);
-    if (lead < 0x80) return {lead, 1};
-    std::size_t length = 0;
-    char32_t character = 0;
-    // The range of the second byte keeps out overlong forms, surrogates and what lies past
-    // U+10FFFF.
-    std::uint8_t low = 0x80, high = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-        length = 2, character = lead & 0x1F;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-        length = 3, character = lead & 0x0F;
-        if (lead == 0xE0) low = 0xA0;
-        if (lead == 0xED) high = 0x9F;
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-        length = 4, character = lead & 0x07;
-        if (lead == 0xF0) low = 0x90;
-        if (lead == 0xF4) high = 0x8F;
-    } else {
-        return {kIllFormed, 1};
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if (i >= bytes.size() || byteAt(i) < low || byteAt(i) > high) return {kIllFormed, i};
-        character = character << 6 | (byteAt(i) & 0x3F);
-        low = 0x80, high = 0xBF;
-    }
-    return {character, length};
-}
 
 void appendUtf16(std::u16string& out, char32_t character) {
     if (character < 0x10000) {
@@ -58,47 +27,56 @@ void appendUtf16(std::u16string& out, char32_t character) {
     }
 }
 
-// Decodes all of `bytes`; `illFormed(part, out)` says what to append for an ill-formed part and
-// gives false to stop.
+// Decodes all of `bytes`; `illFormed(part, out)` says what to append for an ill-formed part.
 template <typename IllFormed>
-bool decode(std::string_view bytes, std::u16string& out, IllFormed illFormed) {
+void decode(std::string_view bytes, std::u16string& out, IllFormed illFormed) {
     out.reserve(out.size() + bytes.size());
-    std::size_t i = 0;
-    while (i < bytes.size()) {
-        if (static_cast<std::uint8_t>(bytes[i]) < 0x80) {
-            out.push_back(static_cast<char16_t>(bytes[i++]));
-            continue;
-        }
-        const Decoded one = decodeOne(bytes.substr(i));
+    const auto* in = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const std::uint8_t* const end = in + bytes.size();
+    while (in < end) {
+        const Utf8Character one = decodeUtf8Character(in, end);
         if (one.character != kIllFormed) {
             appendUtf16(out, one.character);
-        } else if (!illFormed(bytes.substr(i, one.length), out)) {
-            return false;
+        } else {
+            illFormed(std::span(in, one.length), out);
         }
-        i += one.length;
+        in += one.length;
     }
-    return true;
 }
 
-void appendUtf8(std::string& out, char32_t c) {
-    const auto put = [&out](char32_t byte) { out.push_back(static_cast<char>(byte)); };
-    if (c < 0x80) {
-        put(c);
-    } else if (c < 0x800) {
-        put(0xC0 | c >> 6), put(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-        put(0xE0 | c >> 12), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
-    } else {
-        put(0xF0 | c >> 18), put(0x80 | (c >> 12 & 0x3F));
-        put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
+// The same by blocks, with U+FFFD for each ill-formed part, whose number is the result.
+std::size_t decodeWithReplacements(std::string_view bytes, std::u16string& out) {
+    std::array<char16_t, 4096> chunk;  // stays in the first-level cache
+    out.reserve(out.size() + bytes.size());
+    const auto* in = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    const std::uint8_t* const end = in + bytes.size();
+    std::size_t substitutions = 0;
+    while (in < end) {
+        const Utf8Progress step =
+            decodeUtf8<NativeBlocks>(in, end, chunk.data(), chunk.data() + chunk.size());
+        out.append(chunk.data(), step.out);
+        substitutions += step.substitutions;
+        in = step.in;
     }
+    return substitutions;
+}
+
+void appendUtf8(std::string& out, char32_t character) {
+    char bytes[4];
+    out.append(bytes, encodeUtf8Character(character, bytes));
 }
 
 // UTF-8 of all of `text`; `loneSurrogate(unit, out)` says what to append for one.
 template <typename LoneSurrogate>
 void encode(std::u16string_view text, std::string& out, LoneSurrogate loneSurrogate) {
     out.reserve(out.size() + text.size() + text.size() / 8);
+    char block[NativeBlocks::kSize];
     for (std::size_t i = 0; i < text.size(); ++i) {
+        while (text.size() - i >= sizeof block && NativeBlocks::narrow(text.data() + i, block)) {
+            out.append(block, sizeof block);
+            i += sizeof block;
+        }
+        if (i == text.size()) break;
         const char16_t unit = text[i];
         if (unit < 0x80) {
             out.push_back(static_cast<char>(unit));
@@ -135,18 +113,13 @@ std::string toUtf8(std::u16string_view text) {
 
 std::u16string fromUtf8(std::string_view bytes) {
     std::u16string out;
-    decode(bytes, out, [](std::string_view, std::u16string& to) {
-        to.push_back(kReplacement);
-        return true;
-    });
+    decodeWithReplacements(bytes, out);
     return out;
 }
 
 std::optional<std::u16string> fromStrictUtf8(std::string_view bytes) {
     std::u16string out;
-    if (!decode(bytes, out, [](std::string_view, std::u16string&) { return false; })) {
-        return std::nullopt;
-    }
+    if (decodeWithReplacements(bytes, out) > 0) return std::nullopt;
     return out;
 }
 
@@ -163,11 +136,8 @@ bool isWellFormed(std::u16string_view text) {
 
 std::u16string pathFromBytes(std::string_view bytes) {
     std::u16string out;
-    decode(bytes, out, [](std::string_view part, std::u16string& to) {
-        for (const char byte : part) {
-            to.push_back(static_cast<char16_t>(0xDC00 + static_cast<std::uint8_t>(byte)));
-        }
-        return true;
+    decode(bytes, out, [](std::span<const std::uint8_t> part, std::u16string& to) {
+        for (const std::uint8_t byte : part) to.push_back(static_cast<char16_t>(0xDC00 + byte));
     });
     return out;
 }
@@ -211,6 +181,30 @@ bool containsNoCase(std::u16string_view text, std::u16string_view part) {
 bool hasSuffixNoCase(std::u16string_view text, std::u16string_view suffix) {
     return text.size() >= suffix.size() &&
            equalNoCase(text.substr(text.size() - suffix.size()), suffix);
+}
+
+std::u16string_view trimWhite(std::u16string_view text) {
+    while (!text.empty() && isWhite(text.front())) text.remove_prefix(1);
+    while (!text.empty() && isWhite(text.back())) text.remove_suffix(1);
+    return text;
+}
+
+std::int64_t integerValue(std::u16string_view text) {
+    std::size_t i = 0;
+    while (i < text.size() && isWhite(text[i])) ++i;
+    const bool negative = i < text.size() && text[i] == u'-';
+    if (i < text.size() && (text[i] == u'-' || text[i] == u'+')) ++i;
+    std::int64_t value = 0;
+    for (; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i) {
+        const std::int64_t digit = text[i] - u'0';
+        // Built up with its sign, since the smallest value has no positive counterpart.
+        if (__builtin_mul_overflow(value, 10, &value) ||
+            __builtin_add_overflow(value, negative ? -digit : digit, &value)) {
+            using Limits = std::numeric_limits<std::int64_t>;
+            return negative ? Limits::min() : Limits::max();
+        }
+    }
+    return value;
 }
 
 }  // namespace corvy

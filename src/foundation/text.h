@@ -1,6 +1,7 @@
 // Small helpers over runs of UTF-16 code units, and the way in and out of UTF-8.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -33,5 +34,11 @@ std::u16string_view pathExtension(std::u16string_view path);
 bool equalNoCase(std::u16string_view a, std::u16string_view b);
 bool containsNoCase(std::u16string_view text, std::u16string_view part);
 bool hasSuffixNoCase(std::u16string_view text, std::u16string_view suffix);
+
+// The text without the white units (character_tables.h) at both ends.
+std::u16string_view trimWhite(std::u16string_view text);
+// The integer that the text begins with, behind white units and an optional sign: "120px" is 120.
+// 0 without digits; what is too large is cut to the largest or smallest there is.
+std::int64_t integerValue(std::u16string_view text);
 
 }  // namespace corvy

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace corvy {
 namespace {
 
@@ -78,6 +80,36 @@ TEST(Text, ComparesWithoutCase) {
     EXPECT_TRUE(isWellFormed(u"a\xD83D\xDE00"));
     EXPECT_FALSE(isWellFormed(u"\xDE00\xD83D"));
     EXPECT_FALSE(isWellFormed(u"a\xD83D"));
+}
+
+TEST(Text, TrimsWhiteAtBothEnds) {
+    EXPECT_EQ(trimWhite(u"\uFEFF\u00A0 a b\t\r\n"), u"a b");
+    EXPECT_EQ(trimWhite(u" \n"), u"");
+    EXPECT_EQ(trimWhite(u"\u200Ba"), u"\u200Ba");
+}
+
+TEST(Text, ReadsTheLeadingInteger) {
+    struct Case {
+        std::u16string_view text;
+        std::int64_t value;
+    };
+    static constexpr Case cases[] = {
+        {u"120px", 120},
+        {u" \n-5%", -5},
+        {u"+7", 7},
+        {u"", 0},
+        {u"-", 0},
+        {u"- 5", 0},
+        {u"--5", 0},
+        {u"x1", 0},
+        {u"0x10", 0},
+        {u"\u0663", 0},
+        {u"9223372036854775807", 9223372036854775807},
+        {u"9223372036854775808", 9223372036854775807},
+        {u"-9223372036854775808", std::numeric_limits<std::int64_t>::min()},
+        {u"-99999999999999999999", std::numeric_limits<std::int64_t>::min()},
+    };
+    for (const Case& c : cases) EXPECT_EQ(integerValue(c.text), c.value);
 }
 
 }  // namespace

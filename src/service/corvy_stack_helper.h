@@ -1,0 +1,76 @@
+// The vended object: ten operations on files and documents, one request at a time.
+//
+// Every operation tells a failure by its result alone: none, or false. Those that drive foreign
+// libraries do so in worker processes. Operations may be entered again while one of them waits by
+// running the main context; they share nothing but the importer and the workers.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/property_list.h"
+#include "foundation/remote_interface.h"
+#include "metadata/meta_data_importer.h"
+#include "platform/isolation.h"
+
+namespace corvy {
+
+struct ImageRequest {
+    std::int64_t maxThumbnailSize = 0;  // pixels of the longer side
+    bool alwaysFromImage = false;       // scale the image even when it carries a thumbnail
+    bool stringFromPDF = false;         // add the text of a PDF
+    bool canUseSpotlight = false;       // importers may be asked for that text
+};
+
+struct HtmlRequest {
+    std::optional<Url> baseURL;
+    bool allowRemoteRequest = false;
+    std::optional<std::u16string> charset;
+};
+
+class CorvyStackHelper {
+public:
+    // `workerFolder` holds the worker programs.
+    explicit CorvyStackHelper(std::string workerFolder);
+    ~CorvyStackHelper();
+
+    // Bytes of a PDF made from an image file. Not built yet: none.
+    std::optional<Bytes> PDFImageRepOfFile(std::u16string_view path);
+    // Thumbnail, sizes and properties of an image or PDF file. Not built yet: none.
+    std::optional<Dictionary> imageWithContentsOfFile(std::u16string_view path,
+                                                      const ImageRequest& request);
+    // Text (plain, or flat RTFD bytes), page count and attributes of a PDF; none when the bytes
+    // are no PDF.
+    std::optional<Dictionary> attributedStringWithPDF(bool attributed, const Bytes& pdf);
+    // A frame, size and duration of a movie. Not built yet: an empty dictionary.
+    Dictionary posterImageForMovieWithFile(std::u16string_view path);
+    // A document as RTFD. Not built yet: none.
+    std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path);
+    // Text, source and address of a web archive. Not built yet: an empty dictionary.
+    Dictionary searchableTextOfWebArchive(std::u16string_view path);
+    // Writes flat RTFD as a package. Not built yet: false.
+    bool writeRTFDData(const Bytes& rtfd, std::u16string_view path);
+    // HTML as RTFD. Not built yet: none.
+    std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request);
+    // The importer's attributes without null placeholders; none when no importer reads the file.
+    std::optional<Dictionary> metaDataForFile(std::u16string_view path);
+    bool supportsFile(std::u16string_view path);
+
+    // One call of the protocol `CorvyImExport`: the operation above whose method it is. A nil
+    // argument where a file or bytes are needed gives the operation's failure value. Throws
+    // std::invalid_argument for an object of another class than the operation takes.
+    RemoteValue invoke(const RemoteMethod& method, const std::vector<RemoteValue>& arguments);
+
+    // Name to version of the libraries that service and workers stand on.
+    Dictionary libraries();
+    const MetaDataImporter& importer() const { return *mdimporter_; }
+
+private:
+    std::unique_ptr<MetaDataImporter> mdimporter_;
+    platform::WorkerPool workers_;
+};
+
+}  // namespace corvy

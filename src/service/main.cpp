@@ -1,0 +1,69 @@
+// corvystack-helper: the service. Registers the vended object and serves it until it is killed.
+#include <glib.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "client/im_export.h"
+#include "platform/messaging.h"
+#include "platform/service_manager.h"
+#include "service/corvy_stack_helper.h"
+#include "service/owner.h"
+#include "service/status_properties.h"
+
+namespace {
+
+constexpr double kTimeout = 15.0;  // seconds, for a request and for its reply
+
+struct Options {
+    std::string name{corvy::kCorvyStackHelperName};
+};
+
+// Exits with 0 or 2 where there is nothing to serve.
+Options parse(int argc, char** argv) {
+    Options options;
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        if (argument == "--name" && i + 1 < argc) {
+            options.name = argv[++i];
+        } else if (argument == "--version") {
+            std::puts("corvystack-helper " CORVY_VERSION);
+            std::exit(0);
+        } else {
+            std::fprintf(argument == "--help" ? stdout : stderr,
+                         "usage: corvystack-helper [--name NAME] [--version]\n"
+                         "Serves CorvyStack's operations under NAME (CorvyStackHelper64.1) until "
+                         "it is killed.\n");
+            std::exit(argument == "--help" ? 0 : 2);
+        }
+    }
+    return options;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Options options = parse(argc, argv);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    corvy::platform::Connection connection;
+    corvy::CorvyStackHelper helper(corvy::platform::programFolder());
+    connection.setRootObject(corvy::CorvyImExport(),
+                             [&helper](const corvy::RemoteMethod& method, const auto& arguments) {
+                                 return helper.invoke(method, arguments);
+                             });
+    connection.setStatusProperties(corvy::statusProperties(helper));
+    // kept: the result is not checked; a process that could not take the name runs on, unreachable.
+    connection.registerName(options.name);
+    connection.setIndependentConversationQueueing(false);
+    connection.setRequestTimeout(kTimeout);
+    connection.setReplyTimeout(kTimeout);
+    corvy::platform::notifyReady();
+    corvy::endWithOwner(options.name);
+
+    GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
+    while (true) g_main_loop_run(loop);
+}

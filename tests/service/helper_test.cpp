@@ -1,0 +1,217 @@
+// The helper as its users meet it: the built program, through its socket.
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include "foundation/text.h"
+#include "tests/support/helper_process.h"
+
+namespace corvy {
+namespace {
+
+using test::HelperProcess;
+using test::RuntimeFolder;
+
+std::string outputOf(const std::string& command) {
+    std::string output;
+    std::array<char, 4096> buffer;
+    FILE* pipe = popen(command.c_str(), "r");
+    while (const std::size_t count = fread(buffer.data(), 1, buffer.size(), pipe)) {
+        output.append(buffer.data(), count);
+    }
+    pclose(pipe);
+    return output;
+}
+
+Bytes contentsOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return Bytes::copyOf(std::string(std::istreambuf_iterator<char>(stream), {}));
+}
+
+Bytes examplePdf(const std::string& name) {
+    return contentsOf(CORVY_TEST_DATA "/../../examples/" + name);
+}
+
+class HelperTest : public testing::Test {
+protected:
+    void SetUp() override {
+        proxy_ = HelperProcess::connect();
+        ASSERT_TRUE(proxy_);
+    }
+    RemoteValue attributed(bool rich, RemoteValue pdf) {
+        return proxy_->call("attributed:stringWithPDF:", {PropertyList(rich), std::move(pdf)});
+    }
+
+    RuntimeFolder folder_;
+    HelperProcess helper_;
+    std::unique_ptr<RootProxy> proxy_;
+};
+
+TEST_F(HelperTest, NilArgumentsGiveEachOperationsFailureValue) {
+    const PropertyList no(false), zero(std::int64_t{0});
+    struct Case {
+        const char* selector;
+        std::vector<RemoteValue> arguments;
+        RemoteValue failure;
+    };
+    const Case cases[] = {
+        {"PDFImageRepOfFile:", {std::nullopt}, std::nullopt},
+        {"imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:",
+         {std::nullopt, zero, no, no, no},
+         std::nullopt},
+        {"attributed:stringWithPDF:", {no, std::nullopt}, std::nullopt},
+        {"posterImageForMovieWithFile:", {std::nullopt}, Dictionary()},
+        {"attributedStringWithContentsOfFile:", {std::nullopt}, std::nullopt},
+        {"searchableTextOfWebArchive:", {std::nullopt}, Dictionary()},
+        {"writeRTFDData:toFile:", {std::nullopt, std::nullopt}, no},
+        {"RTFDWithHTML:baseURL:allowRemoteRequest:charset:",
+         {std::nullopt, std::nullopt, no, std::nullopt},
+         std::nullopt},
+        {"metaDataForFile:", {std::nullopt}, std::nullopt},
+        {"supportsFile:", {std::nullopt}, no},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(proxy_->call(c.selector, c.arguments), c.failure) << c.selector;
+}
+
+TEST_F(HelperTest, AnObjectOfTheWrongClassIsAnException) {
+    EXPECT_THROW(attributed(false, PropertyList(u"a string")), RemoteException);
+    EXPECT_THROW(proxy_->call("supportsFile:", {PropertyList(true)}), RemoteException);
+    EXPECT_EQ(proxy_->call("supportsFile:", {PropertyList(u"/etc/hostname")}), PropertyList(false));
+}
+
+TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
+    const RemoteValue answer = attributed(false, examplePdf("guide.pdf"));
+    ASSERT_TRUE(answer && answer->dictionary());
+    const Dictionary& result = *answer->dictionary();
+    EXPECT_EQ(result.begin()->key, u"String");
+    EXPECT_EQ(*result.find(u"PageCount"), PropertyList(std::int32_t{3}));
+    EXPECT_TRUE(result.contains(u"Title"));
+    EXPECT_FALSE(result.contains(u"Size"));
+    EXPECT_FALSE(result.contains(u"Locked"));
+
+    const RemoteValue rich = attributed(true, examplePdf("guide.pdf"));
+    ASSERT_TRUE(rich && rich->dictionary()->find(u"String")->bytes());
+    EXPECT_TRUE(rich->dictionary()->find(u"String")->bytes()->chars().starts_with("rtfd"));
+
+    const RemoteValue locked = attributed(false, examplePdf("locked.pdf"));
+    ASSERT_TRUE(locked && locked->dictionary());
+    EXPECT_EQ(*locked->dictionary()->find(u"Locked"), PropertyList(true));
+    EXPECT_FALSE(locked->dictionary()->contains(u"String"));
+}
+
+TEST_F(HelperTest, WhatIsNoPdfGivesNilAndTheServiceGoesOn) {
+    const Bytes good = examplePdf("guide.pdf");
+    const Bytes bad[] = {Bytes(), Bytes::copyOf("%PDF-1.7\n"), Bytes::copyOf("hello"),
+                         Bytes(std::vector<std::byte>(1 << 20, std::byte{0xFF}))};
+    for (const Bytes& bytes : bad) EXPECT_EQ(attributed(false, bytes), std::nullopt);
+    EXPECT_TRUE(attributed(false, good));
+}
+
+TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
+    std::vector<std::byte> huge(300'000'000, std::byte{'x'});
+    EXPECT_EQ(attributed(false, Bytes(std::move(huge))), std::nullopt);
+    EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
+}
+
+TEST_F(HelperTest, WorkerKilledUnderTheServiceIsStartedAgain) {
+    ASSERT_TRUE(attributed(false, examplePdf("guide.pdf")));
+    const std::vector<pid_t> workers = test::childrenOf(helper_.pid());
+    ASSERT_EQ(workers.size(), 1U);
+    kill(workers[0], SIGKILL);
+    EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
+}
+
+TEST_F(HelperTest, SecondServiceRunsOnWithoutTheName) {
+    const HelperProcess second;
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    EXPECT_TRUE(second.runs());
+    const Dictionary status = platform::statusOf(*proxy_);
+    EXPECT_EQ(*status.find(u"ProcessId"), PropertyList(std::int32_t{helper_.pid()}));
+}
+
+TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
+    const Dictionary status = platform::statusOf(*proxy_);
+    EXPECT_EQ(stringOf(status, u"Version"), fromUtf8(CORVY_VERSION));
+    const PropertyList* libraries = status.find(u"Libraries");
+    ASSERT_TRUE(libraries && libraries->dictionary());
+    for (const char16_t* name : {u"GLib", u"ICU", u"libsystemd", u"Poppler"}) {
+        EXPECT_TRUE(libraries->dictionary()->contains(name)) << toUtf8(name);
+    }
+}
+
+TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
+    const std::string socket = "unix:path=" + folder_.path() + "/CorvyStackHelper64.1";
+    for (const char* tool : {"busctl", "gdbus", "/usr/bin/python3"}) {
+        if (outputOf(std::string("command -v ") + tool).empty()) GTEST_SKIP() << "no " << tool;
+    }
+    const std::string listing =
+        outputOf("busctl --address=" + socket + " introspect :1.0 /CorvyStackHelper 2>&1 | " +
+                 "awk '$2 == \"interface\" { ours = $1 == \"org.corvystack.ImExport1\" } " +
+                 "ours && $2 == \"method\"' | wc -l");
+    EXPECT_EQ(listing, "10\n");
+    EXPECT_EQ(outputOf("gdbus call --address " + socket +
+                       " --dest :1.0 --object-path /CorvyStackHelper --method "
+                       "org.corvystack.ImExport1.SupportsFile \"[<'/etc/hostname'>]\" 2>&1"),
+              "(false,)\n");
+    const std::string python = outputOf("/usr/bin/python3 " CORVY_TEST_DATA
+                                        "/../../examples/python_client.py " CORVY_TEST_DATA
+                                        "/../../examples/guide.pdf 2>&1");
+    EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
+}
+
+TEST(Helper, TellsTheServiceManagerThatItIsReady) {
+    const RuntimeFolder folder;
+    const std::string path = folder.path() + "/notify";
+    const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    setenv("NOTIFY_SOCKET", path.c_str(), 1);
+    const HelperProcess helper;
+    unsetenv("NOTIFY_SOCKET");
+
+    char message[64] = {};
+    const timeval limit{.tv_sec = 10, .tv_usec = 0};
+    setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    const ssize_t length = recv(socket, message, sizeof message - 1, 0);
+    close(socket);
+    EXPECT_EQ(std::string(message, length > 0 ? static_cast<std::size_t>(length) : 0), "READY=1");
+    // Ready means registered.
+    EXPECT_TRUE(platform::rootProxyForConnectionWithRegisteredName(kCorvyStackHelperName));
+}
+
+TEST(Helper, PrivateOneEndsWithItsOwner) {
+    const test::TemporaryFolder folder;
+    const std::string runtime = folder.file("runtime");
+    std::filesystem::create_directory(runtime);
+    chmod(runtime.c_str(), 0700);
+    setenv("CORVYSTACK_RUNTIME_DIR", runtime.c_str(), 1);
+    char program[] = "/bin/sleep", duration[] = "60";
+    char* arguments[] = {program, duration, nullptr};
+    pid_t owner = -1;
+    ASSERT_EQ(posix_spawn(&owner, program, nullptr, nullptr, arguments, environ), 0);
+    setenv("CORVYSTACK_OWNER", std::to_string(owner).c_str(), 1);
+    const HelperProcess helper;
+    unsetenv("CORVYSTACK_OWNER");
+    EXPECT_TRUE(HelperProcess::connect());
+    EXPECT_TRUE(helper.runs());
+
+    kill(owner, SIGKILL);
+    waitpid(owner, nullptr, 0);
+    EXPECT_TRUE(test::eventually([&helper] { return !helper.runs(); }));
+    EXPECT_FALSE(std::filesystem::exists(runtime));
+    unsetenv("CORVYSTACK_RUNTIME_DIR");
+}
+
+}  // namespace
+}  // namespace corvy

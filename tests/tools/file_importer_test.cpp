@@ -1,0 +1,94 @@
+#include "tools/import/file_importer.h"
+
+#include "tests/tools/fake_helper.h"
+#include "tests/tools/temporary_folder.h"
+#include "tools/import/file_type.h"
+
+namespace corvy::tools {
+
+namespace {
+
+class FileImporterTest : public testing::Test {
+protected:
+    // The record of a file with these contents, by a helper that answers as told.
+    ImportRecord imported(const std::string& name, std::string_view contents, RemoteValue answer,
+                          ImportSettings settings = {}) {
+        HelperSlot slot(
+            [&]() -> std::unique_ptr<OwnedHelper> {
+                auto helper = std::make_unique<FakeHelper>();
+                helper->fake.answer = [&](const auto& arguments) {
+                    EXPECT_EQ(arguments[1]->bytes()->chars(), contents);
+                    return answer;
+                };
+                return helper;
+            },
+            1);
+        Walk walk({folder_.write(name, contents)}, {.isPackage = isPackageName});
+        return FileImporter(slot, settings).import(*walk.next(), 7).value();
+    }
+
+    TemporaryFolder folder_;
+};
+
+}  // namespace
+
+TEST_F(FileImporterTest, TakesWhatThePdfGives) {
+    const ImportRecord record =
+        imported("a.pdf", "%PDF-1",
+                 PropertyList(Dictionary{
+                     {u"String", u"Text\n"}, {u"PageCount", std::int32_t{2}}, {u"Title", u"T"}}));
+    EXPECT_EQ(record.error, "");
+    EXPECT_EQ(record.text->string, u"Text\n");
+    EXPECT_EQ(record.pages, 2);
+    EXPECT_EQ(record.properties, (Dictionary{{u"Title", u"T"}}));
+    EXPECT_EQ(record.size, 6U);
+}
+
+TEST_F(FileImporterTest, NamesWhatIsWrong) {
+    const auto dictionary = [](std::initializer_list<Dictionary::Entry> entries) {
+        return PropertyList(Dictionary(entries));
+    };
+    struct Case {
+        const char* name;
+        std::string_view contents;
+        RemoteValue answer;
+        std::string_view kind, error;
+    };
+    const Case cases[] = {
+        {"locked.pdf", "%PDF-1", dictionary({{u"Locked", true}, {u"PageCount", 1}}), "pdf",
+         "locked"},
+        {"scan.pdf", "%PDF-1", dictionary({{u"String", u" \n\u00A0"}}), "pdf", "noText"},
+        {"pageless.pdf", "%PDF-1", dictionary({{u"PageCount", 0}}), "pdf", "noText"},
+        {"damaged.pdf", "%PDF-1", std::nullopt, "pdf", "damaged"},
+        {"damaged", "%PDF-1", std::nullopt, "pdf", "damaged"},
+        {"fake.pdf", "GIF89a", std::nullopt, "pdf", "notAPDF"},
+        {"odd.pdf", "%PDF-1", PropertyList(true), "pdf", "damaged"},
+        {"empty.pdf", "", std::nullopt, "pdf", "empty"},
+        {"blank.txt", " \r\n", std::nullopt, "text", "noText"},
+        {"picture.png", "\x89PNG", std::nullopt, "image", ""},
+        {"data", "\x01\x02", std::nullopt, "other", ""},
+    };
+    for (const Case& c : cases) {
+        const ImportRecord record = imported(c.name, c.contents, c.answer);
+        EXPECT_EQ(record.error, c.error) << c.name;
+        EXPECT_EQ(record.kind, c.kind) << c.name;
+        EXPECT_FALSE(record.text) << c.name;
+    }
+}
+
+TEST_F(FileImporterTest, WritesTextsBeside) {
+    std::filesystem::create_directory(folder_.path("text"));
+    ImportRecord record = imported("a.txt", "gr\xFCn", std::nullopt, {.outFolder = folder_.path()});
+    EXPECT_EQ(record.text->file, "text/000007.txt");
+    EXPECT_EQ(record.text->length, 4U);
+    EXPECT_FALSE(record.text->string);
+    EXPECT_EQ(folder_.read("text/000007.txt"), "gr\xC3\xBCn");
+
+    record = imported("a.txt", "x", std::nullopt, {.outFolder = folder_.path("missing")});
+    EXPECT_EQ(record.error, "notWritable");
+    record = imported("a.txt", "x", std::nullopt, {.texts = false});
+    EXPECT_FALSE(record.text);
+    EXPECT_EQ(record.error, "");
+}
+
+}  // namespace corvy::tools

@@ -1,0 +1,47 @@
+#include "tools/arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+namespace corvy::tools {
+
+namespace {
+
+// Help with the names of values and their defaults, without the library's own words for types.
+class PlainFormatter : public CLI::Formatter {
+public:
+    PlainFormatter() { column_width(24); }
+
+    std::string make_option_opts(const CLI::Option* option) const override {
+        std::string text;
+        if (option->get_items_expected_max() != 0 && !option->get_positional()) {
+            text = " " + option->get_type_name();
+            text.resize(std::min(text.size(), text.find(':')));  // its checks stand behind it
+        }
+        if (!option->get_default_str().empty()) text += " (" + option->get_default_str() + ")";
+        return text;
+    }
+};
+
+}  // namespace
+
+Parsed parseArguments(CLI::App& app, int argc, char** argv) {
+    const auto formatter = std::make_shared<PlainFormatter>();
+    app.formatter(formatter);
+    for (CLI::App* command : app.get_subcommands({})) command->formatter(formatter);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        print(app.help());
+        return {true, kDone};
+    } catch (const CLI::ParseError& error) {
+        std::fprintf(stderr, "%s: %s; see --help\n", app.get_name().c_str(), error.what());
+        return {true, kUsage};
+    }
+    return {};
+}
+
+}  // namespace corvy::tools

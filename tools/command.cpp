@@ -1,0 +1,22 @@
+#include "tools/command.h"
+
+#include <cstdio>
+#include <system_error>
+
+namespace corvy::tools {
+
+void complain(std::string_view message) {
+    // One write, so that lines of several threads and processes do not mix.
+    const std::string line = "corvystack: " + std::string(message) + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void print(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+}
+
+std::string reasonOf(int errorNumber) {
+    return std::generic_category().message(errorNumber);
+}
+
+}  // namespace corvy::tools

@@ -1,0 +1,23 @@
+// The commands, one declaration each; the table in main.cpp names them.
+#pragma once
+
+namespace corvy::tools {
+
+// service_commands.cpp
+int serveCommand(int argc, char** argv);
+int statusCommand(int argc, char** argv);
+int importersCommand(int argc, char** argv);
+// call_command.cpp
+int callCommand(int argc, char** argv);
+// import_command.cpp
+int importCommand(int argc, char** argv);
+// pdf_commands.cpp
+int pdfCommand(int argc, char** argv);
+// html_commands.cpp
+int htmlCommand(int argc, char** argv);
+// text_commands.cpp
+int entitiesCommand(int argc, char** argv);
+int charsetCommand(int argc, char** argv);
+int toolkitCommand(int argc, char** argv);
+
+}  // namespace corvy::tools

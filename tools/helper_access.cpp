@@ -1,0 +1,89 @@
+#include "tools/helper_access.h"
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <system_error>
+
+#include "client/helper_connection.h"
+#include "client/im_export.h"
+#include "platform/messaging.h"
+#include "tools/interrupt.h"
+
+namespace corvy::tools {
+
+namespace {
+
+// Adapts the client's private helper to what a slot needs.
+class OwnedPrivateHelper : public OwnedHelper {
+public:
+    explicit OwnedPrivateHelper(std::unique_ptr<PrivateHelper> helper)
+        : helper_(std::move(helper)), process_(helper_->processIdentifier()) {}
+    RootProxy& proxy() override { return helper_->client().proxy(); }
+    bool isRunning() override { return helper_->isRunning(); }
+    void kill() override { ::kill(process_, SIGKILL); }
+
+private:
+    std::unique_ptr<PrivateHelper> helper_;
+    const pid_t process_;
+};
+
+}  // namespace
+
+HelperAccess::HelperAccess(Launching launching, double timeout) {
+    if (launching != Launching::always) {
+        registered_ = platform::rootProxyForConnectionWithRegisteredName(kCorvyStackHelperName);
+        proxy_ = registered_.get();
+        if (!proxy_ && launching == Launching::never) {
+            throw HelperUnreachable("no helper is registered; `corvystack serve` starts one");
+        }
+    }
+    if (!proxy_) {
+        watchInterrupts();
+        private_ = std::make_unique<PrivateHelper>();
+        if (!private_->start([] { return !isInterrupted(); })) {
+            throw HelperUnreachable("the helper could not be started: " + helperProgramPath());
+        }
+        killOnInterrupt(private_->processIdentifier());
+        proxy_ = &private_->client().proxy();
+    }
+    proxy_->setProtocol(&CorvyImExport());
+    if (timeout > 0) {
+        proxy_->setRequestTimeout(timeout);
+        proxy_->setReplyTimeout(timeout);
+    }
+}
+
+HelperAccess::~HelperAccess() {
+    killOnInterrupt(0);
+}
+
+std::unique_ptr<OwnedHelper> launchOwnedHelper() {
+    auto helper = std::make_unique<PrivateHelper>();
+    if (!helper->start([] { return !isInterrupted(); })) return nullptr;
+    return std::make_unique<OwnedPrivateHelper>(std::move(helper));
+}
+
+std::vector<std::string> workerFamilies() {
+    constexpr std::string_view kStart = "corvystack-worker-";
+    std::vector<std::string> families;
+    std::error_code failed;
+    const auto folder = std::filesystem::path(helperProgramPath()).parent_path();
+    for (const auto& entry : std::filesystem::directory_iterator(folder, failed)) {
+        const std::string name = entry.path().filename();
+        if (name.starts_with(kStart)) families.push_back(name.substr(kStart.size()));
+    }
+    std::ranges::sort(families);
+    return families;
+}
+
+std::string explanationOf(const TransportError& error) {
+    switch (error.kind()) {
+        case TransportError::Kind::timeout: return "the helper did not answer in time";
+        case TransportError::Kind::connectionLost: return "the helper died";
+        case TransportError::Kind::protocol: break;
+    }
+    return std::string("the helper's answer was not understood: ") + error.what();
+}
+
+}  // namespace corvy::tools

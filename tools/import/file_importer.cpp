@@ -1,0 +1,182 @@
+#include "tools/import/file_importer.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "foundation/text.h"
+#include "tools/files.h"
+#include "tools/import/file_type.h"
+#include "tools/import/plain_text.h"
+
+namespace corvy::tools {
+
+namespace {
+
+// In bytes. Decoded text takes up to twice as much memory, and its record once more.
+constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
+constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
+
+// The entries of a PDF's answer that have a place of their own in the record, or none.
+constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
+
+std::string_view errorOfReading(int errorNumber) {
+    switch (errorNumber) {
+        case EFBIG: return "tooLarge";
+        case ENOMEM: return "tooLarge";
+        case ENOENT: return "notFound";
+        default: return "notReadable";
+    }
+}
+
+bool isBlank(std::u16string_view text) {
+    return std::ranges::all_of(text, [](char16_t unit) {
+        return unit <= u' ' || unit == u'\u00A0' || unit == u'\u2028' || unit == u'\u2029';
+    });
+}
+
+// The first bytes of a file; empty when it cannot be read.
+std::string headOf(const std::string& path) {
+    std::string head;
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0) return head;
+    head.resize(kHeadLength);
+    const ssize_t count = ::pread(file, head.data(), head.size(), 0);
+    ::close(file);
+    head.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+    return head;
+}
+
+}  // namespace
+
+std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
+    const auto start = std::chrono::steady_clock::now();
+    ImportRecord record;
+    bool stopped = false;
+    try {
+        if (!examine(file, record)) {
+            // Nothing to read.
+        } else if (record.kind == "pdf") {
+            stopped = !importPdf(file, number, record);
+        } else if (record.kind == "text" && settings_.texts) {
+            importPlainText(file, number, record);
+        }
+    } catch (const std::bad_alloc&) {
+        record.error = "tooLarge";
+    }
+    if (stopped) return std::nullopt;
+    record.seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return record;
+}
+
+// Fills in what the file system tells. False when there is nothing to read.
+bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
+    record.path = file.path;
+    record.error = file.error;
+    if (file.error == "notFound") return false;
+    const FileType* named = typeForName(file.path);
+    if (file.isFolder) {
+        record.type = named ? named->identifier : kFolderType.identifier;
+        record.kind = named && file.error.empty() ? named->kind : kFolderType.kind;
+    } else if (named) {
+        record.type = named->identifier;
+        record.kind = named->kind;
+    }
+    if (file.modified.tv_sec != 0 || file.modified.tv_nsec != 0) record.modified = file.modified;
+    if (!file.isFolder && file.error != "specialFile") record.size = file.size;
+    if (!file.error.empty() || file.isFolder) {
+        if (record.kind.empty()) record.kind = kDataType.kind;
+        return false;
+    }
+    if (::faccessat(AT_FDCWD, file.path.c_str(), R_OK, AT_EACCESS) != 0) {
+        record.error = "notReadable";
+    } else if (file.size == 0) {
+        record.error = "empty";
+    } else if (!named) {
+        const std::string head = headOf(file.path);
+        const FileType type = typeForHead(std::as_bytes(std::span(head)));
+        record.type = type.identifier;
+        record.kind = type.kind;
+    }
+    if (record.kind.empty()) {
+        record.type = kDataType.identifier;
+        record.kind = kDataType.kind;
+    }
+    return record.error.empty();
+}
+
+// False when the helper was stopped.
+bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    FileContents contents = readFile(file.path, {.longest = kLongestPdf, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+        return true;
+    }
+    const bool isPdf = hasPdfSignature(contents.bytes);
+    std::vector<RemoteValue> arguments{PropertyList(false), PropertyList(contents.bytes)};
+    HelperSlot::Answer answer = helper_.call("attributed:stringWithPDF:", std::move(arguments));
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    if (!entries) {
+        record.error = isPdf ? "damaged" : "notAPDF";
+        return true;
+    }
+    if (const PropertyList* pages = entries->find(u"PageCount")) record.pages = pages->integer();
+    auto text = stringOf(*entries, u"String");
+    if (entries->contains(u"Locked")) {
+        record.error = "locked";
+    } else if (settings_.texts) {
+        addText(text ? *std::move(text) : std::u16string(), number, record);
+    }
+    for (const std::u16string_view key : kKnownKeys) entries->remove(key);
+    record.properties = std::move(*entries);
+    return true;
+}
+
+void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
+                                   ImportRecord& record) {
+    const FileContents contents =
+        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+    } else {
+        addText(plainText(contents.bytes.chars()), number, record);
+    }
+}
+
+void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {
+    if (isBlank(text)) {
+        record.error = "noText";
+        return;
+    }
+    RecordText entry;
+    entry.length = text.size();
+    if (!settings_.outFolder.empty()) {
+        char name[40];
+        std::snprintf(name, sizeof name, "text/%06llu.txt",
+                      static_cast<unsigned long long>(number));
+        if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
+            entry.file = name;
+        } else {
+            record.error = "notWritable";
+        }
+    } else if (text.size() <= kLongestInlineText) {
+        entry.string = std::move(text);
+    } else {
+        record.error = "textTooLong";
+    }
+    record.text = std::move(entry);
+}
+
+}  // namespace corvy::tools

@@ -1,0 +1,72 @@
+#include "tools/import/file_type.h"
+
+#include <algorithm>
+#include <array>
+#include <string>
+
+#include "foundation/text.h"
+
+namespace corvy::tools {
+
+namespace {
+
+struct KnownExtension {
+    std::string_view extension;  // ASCII lower case
+    FileType type;
+};
+
+constexpr KnownExtension kExtensions[] = {
+#include "tools/import/file_type_table.inc"
+};
+static_assert(std::ranges::is_sorted(kExtensions, {}, &KnownExtension::extension));
+
+std::string_view charsOf(std::span<const std::byte> bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// UTF-8 without control characters that no text has. The head may end inside a character.
+bool looksLikeText(std::string_view head) {
+    const bool isWhole = head.size() < kHeadLength;
+    for (std::size_t cut = 0; cut <= (isWhole ? 0 : 3); ++cut) {
+        const std::string_view text = head.substr(0, head.size() - cut);
+        if (!fromStrictUtf8(text)) continue;
+        return std::ranges::none_of(text, [](char c) {
+            return (c >= 0 && c < 0x20 && !(c >= '\t' && c <= '\r') && c != 0x1B) || c == 0x7F;
+        });
+    }
+    return false;
+}
+
+}  // namespace
+
+const FileType* typeForName(std::string_view name) {
+    while (name.ends_with('/')) name.remove_suffix(1);
+    name = name.substr(name.rfind('/') + 1);
+    const std::size_t dot = name.rfind('.');
+    if (dot == std::string_view::npos || dot == 0) return nullptr;
+    std::string extension(name.substr(dot + 1));
+    for (char& c : extension) {
+        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    }
+    const auto* found =
+        std::ranges::lower_bound(kExtensions, extension, {}, &KnownExtension::extension);
+    return found != std::end(kExtensions) && found->extension == extension ? &found->type : nullptr;
+}
+
+FileType typeForHead(std::span<const std::byte> head) {
+    if (hasPdfSignature(head)) return {"com.adobe.pdf", "pdf"};
+    if (!head.empty() && looksLikeText(charsOf(head))) return {"public.plain-text", "text"};
+    return kDataType;
+}
+
+bool hasPdfSignature(std::span<const std::byte> head) {
+    return charsOf(head.first(std::min<std::size_t>(head.size(), 1024))).find("%PDF-") !=
+           std::string_view::npos;
+}
+
+bool isPackageName(std::string_view name) {
+    const FileType* type = typeForName(name);
+    return type && type->isPackage;
+}
+
+}  // namespace corvy::tools

@@ -1,0 +1,116 @@
+#include "tools/import/record_output.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "foundation/json.h"
+#include "foundation/text.h"
+#include "tools/command.h"
+#include "tools/files.h"
+#include "tools/import/record.h"
+
+namespace corvy::tools {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& path, int errorNumber) {
+    throw std::runtime_error("cannot write to " + path + ": " + reasonOf(errorNumber));
+}
+
+std::string stateOf(std::optional<std::int64_t> size, std::u16string_view modified) {
+    return (size ? std::to_string(*size) : std::string()) + " " + toUtf8(modified);
+}
+
+// The number in "text/NUMBER.txt", 0 for any other name.
+std::uint64_t numberOfTextFile(std::u16string_view name) {
+    constexpr std::string_view kStart = "text/";
+    const std::string text = toUtf8(name);
+    std::uint64_t number = 0;
+    if (text.starts_with(kStart)) {
+        std::from_chars(text.data() + kStart.size(), text.data() + text.size(), number);
+    }
+    return number;
+}
+
+}  // namespace
+
+RecordOutput::RecordOutput(std::string folder, bool resume) {
+    if (folder.empty()) return;
+    if (const int error = makeFolder(folder + "/text")) fail(folder, error);
+    path_ = std::move(folder) + "/records.jsonl";
+    if (resume) readEarlier();
+    file_ = std::fopen(path_.c_str(), resume ? "ae" : "we");
+    if (!file_) fail(path_, errno);
+}
+
+RecordOutput::~RecordOutput() {
+    if (file_ != stdout) std::fclose(file_);
+}
+
+void RecordOutput::readEarlier() {
+    struct Closer {
+        void operator()(std::FILE* file) const { std::fclose(file); }
+    };
+    const std::unique_ptr<std::FILE, Closer> file(std::fopen(path_.c_str(), "re"));
+    if (!file && errno == ENOENT) return;
+    if (!file) throw std::runtime_error("cannot read " + path_ + ": " + reasonOf(errno));
+    char* buffer = nullptr;
+    std::size_t capacity = 0;
+    std::uintmax_t complete = 0;  // bytes of whole lines
+    ssize_t length = 0;
+    while ((length = ::getline(&buffer, &capacity, file.get())) > 0 && buffer[length - 1] == '\n') {
+        complete += static_cast<std::uintmax_t>(length);
+        note({buffer, static_cast<std::size_t>(length)});
+    }
+    std::free(buffer);
+    if (length > 0) std::filesystem::resize_file(path_, complete);
+}
+
+void RecordOutput::note(std::string_view line) {
+    firstNumber_ = std::max(firstNumber_, ++lines_ + 1);
+    const auto json = propertyListOfJson(line);
+    const Dictionary* record = json ? json->dictionary() : nullptr;
+    if (!record) return;
+    if (const PropertyList* text = record->find(u"text"); text && text->dictionary()) {
+        const auto name = stringOf(*text->dictionary(), u"file").value_or(u"");
+        firstNumber_ = std::max(firstNumber_, numberOfTextFile(name) + 1);
+    }
+    const auto path = bytesOfPath(stringOf(*record, u"path").value_or(u""));
+    if (!path) return;
+    const PropertyList* size = record->find(u"size");
+    const auto error = stringOf(*record, u"error").value_or(u"");
+    if (isPassing(toUtf8(error))) {
+        earlier_.erase(*path);
+    } else {
+        earlier_[*path] = stateOf(size ? size->integer() : std::nullopt,
+                                  stringOf(*record, u"modified").value_or(u""));
+    }
+}
+
+bool RecordOutput::has(const FoundFile& file) const {
+    const auto found = earlier_.find(file.path);
+    if (found == earlier_.end() || file.error == "notFound") return false;
+    const bool sized = !file.isFolder && file.error != "specialFile";
+    return found->second ==
+           stateOf(sized ? std::optional(static_cast<std::int64_t>(file.size)) : std::nullopt,
+                   fromUtf8(timeText(file.modified)));
+}
+
+bool RecordOutput::write(std::string_view record) {
+    if (error_ != 0) return false;
+    if (std::fwrite(record.data(), 1, record.size(), file_) != record.size()) error_ = errno;
+    return error_ == 0;
+}
+
+bool RecordOutput::flush() {
+    if (error_ == 0 && std::fflush(file_) != 0) error_ = errno;
+    return error_ == 0;
+}
+
+}  // namespace corvy::tools

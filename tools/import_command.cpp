@@ -1,0 +1,203 @@
+// corvystack import: files and folders as records.
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <deque>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tools/arguments.h"
+#include "tools/command.h"
+#include "tools/commands.h"
+#include "tools/helper_access.h"
+#include "tools/import/file_importer.h"
+#include "tools/import/file_type.h"
+#include "tools/import/helper_slot.h"
+#include "tools/import/progress.h"
+#include "tools/import/record_output.h"
+#include "tools/import/scheduler.h"
+#include "tools/import/walk.h"
+#include "tools/interrupt.h"
+
+namespace corvy::tools {
+
+namespace {
+
+// In seconds: above the minute that the helper gives to the text of one document.
+constexpr double kTimeout = 90;
+constexpr std::size_t kMostJobs = 256;
+
+struct ImportOptions {
+    std::vector<std::string> paths;
+    std::size_t jobs = std::max(1U, std::thread::hardware_concurrency());
+    double timeout = kTimeout;
+    WalkOptions walk{.isPackage = isPackageName};
+    ImportSettings settings;
+    bool noTexts = false;
+    bool noThumbnails = false;
+    bool resume = false;
+    bool quiet = false;
+};
+
+class Import {
+public:
+    explicit Import(const ImportOptions& options)
+        : options_(options),
+          output_(options.settings.outFolder, options.resume),
+          walk_(options.paths, options.walk),
+          progress_(::isatty(STDERR_FILENO) != 0 && !options.quiet) {
+        for (std::size_t i = 0; i < options.jobs; ++i) {
+            helpers_.emplace_back(launchOwnedHelper, options.timeout);
+        }
+    }
+
+    int run() {
+        watchInterrupts();
+        std::jthread counter;
+        if (::isatty(STDERR_FILENO) != 0 && !options_.quiet) {
+            counter = std::jthread([this](const std::stop_token& stop) { count(stop); });
+        }
+        const bool complete =
+            runInOrder({.next = [this] { return next(); },
+                        .work = [this](std::size_t thread,
+                                       const Job& job) { return work(helpers_[thread], job); },
+                        .emit = [this](const Finished& file) { emit(file); },
+                        .goOn = [this] { return goOn(); },
+                        .giveUp =
+                            [this] {
+                                for (HelperSlot& helper : helpers_) helper.stop();
+                            }},
+                       {.threads = options_.jobs});
+        output_.flush();
+        progress_.finish();
+        counter.request_stop();
+        return finish(complete);
+    }
+
+private:
+    std::optional<FoundFile> next() {
+        while (auto file = walk_.next()) {
+            if (!options_.resume || !output_.has(*file)) return file;
+            ++skipped_;
+        }
+        return std::nullopt;
+    }
+
+    std::optional<Finished> work(HelperSlot& helper, const Job& job) {
+        FileImporter importer(helper, options_.settings);
+        auto record = importer.import(job.file, output_.firstNumber() + job.number);
+        if (!record) return std::nullopt;
+        progress_.addWork(job.file.size);
+        Finished finished{.path = job.file.path,
+                          .given = job.file.given,
+                          .bytes = job.file.size,
+                          .error = record->error};
+        finished.record = jsonOfRecord(*std::move(record), options_.settings.pretty) + "\n";
+        return finished;
+    }
+
+    void emit(const Finished& file) {
+        if (output_.write(file.record)) progress_.add(file);
+    }
+
+    bool goOn() {
+        if (!options_.quiet) progress_.pulse();
+        // What has been done is seen (and survives) at once.
+        return !isInterrupted() && output_.error() == 0 && output_.flush();
+    }
+
+    // Walks ahead of the work, so that the bar knows how far it is.
+    void count(const std::stop_token& stop) {
+        Walk walk(options_.paths, options_.walk);
+        std::uint64_t files = 0, bytes = 0;
+        while (const auto file = walk.next()) {
+            if (stop.stop_requested()) return;
+            if (options_.resume && output_.has(*file)) continue;
+            ++files;
+            bytes += file->size;
+        }
+        progress_.expect(files, bytes);
+    }
+
+    int finish(bool complete) {
+        if (!options_.quiet) {
+            std::fputs(progress_.summary(skipped_).c_str(), stderr);
+            if (walk_.foldersLeftOut() > 0) {
+                std::fprintf(stderr, "  %llu folder%s left out (--recursive takes them)\n",
+                             static_cast<unsigned long long>(walk_.foldersLeftOut()),
+                             walk_.foldersLeftOut() == 1 ? "" : "s");
+            }
+            if (!output_.path().empty()) {
+                std::fprintf(stderr, "  records: %s\n", output_.path().c_str());
+            }
+        }
+        if (output_.error() != 0 && !isInterrupted()) {
+            if (output_.error() != EPIPE) {
+                complain("cannot write records: " + reasonOf(output_.error()));
+            }
+            return kFailed;
+        }
+        if (!complete) {
+            complain("interrupted; records up to here are complete");
+            return kInterrupted;
+        }
+        const bool noHelper = progress_.count("noHelper") > 0;
+        if (noHelper && std::ranges::none_of(helpers_, &HelperSlot::hasLaunched)) {
+            complain("the helper could not be started: " + helperProgramPath());
+            return kHelperLost;
+        }
+        const bool allFailed = progress_.files() > 0 && progress_.failures() == progress_.files();
+        return progress_.givenFailed() || allFailed ? kFailed : kDone;
+    }
+
+    const ImportOptions& options_;
+    RecordOutput output_;
+    Walk walk_;
+    Progress progress_;
+    std::deque<HelperSlot> helpers_;  // one for each thread
+    std::uint64_t skipped_ = 0;
+};
+
+}  // namespace
+
+int importCommand(int argc, char** argv) {
+    ImportOptions options;
+    CLI::App app(
+        "Turns files into records, one JSON object for each file, in the order of the "
+        "files.",
+        "corvystack import");
+    app.add_option("PATH", options.paths, "files, and folders whose files are meant")->required();
+    app.add_option("--out", options.settings.outFolder,
+                   "write DIR/records.jsonl, and texts to files in DIR")
+        ->type_name("DIR");
+    app.add_option("--jobs", options.jobs, "files at a time, each with a helper of its own")
+        ->check(CLI::Range(std::size_t{1}, kMostJobs))
+        ->type_name("N")
+        ->capture_default_str();
+    app.add_flag("--recursive", options.walk.recursive, "folders inside folders as well");
+    app.add_flag("--no-text", options.noTexts, "no texts");
+    app.add_flag("--no-thumbnails", options.noThumbnails, "no thumbnails (none are made yet)");
+    app.add_option("--timeout", options.timeout, "seconds that a file may take")
+        ->check(CLI::PositiveNumber)
+        ->type_name("S")
+        ->capture_default_str();
+    app.add_flag("--resume", options.resume,
+                 "skip files whose record, with the same size and time,\nis there already")
+        ->needs("--out");
+    app.add_flag("--pretty", options.settings.pretty, "records on several lines")
+        ->excludes("--out");
+    app.add_flag("--quiet", options.quiet, "no progress and no summary; failures are still told");
+    app.footer(
+        "Names that begin with a dot are left out unless they are given, links to folders "
+        "are not\nfollowed.\n\n"
+        "Exit status: 0 even when files in folders fail (their records name the error); "
+        "1 when a\nfile named here fails, or all do; 3 when no helper can be started; 130 "
+        "when interrupted.");
+    if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    options.settings.texts = !options.noTexts;
+    return Import(options).run();
+}
+
+}  // namespace corvy::tools

@@ -1,0 +1,131 @@
+// The program `corvystack`: finds the command and runs it.
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <string>
+#include <string_view>
+
+#include "client/helper_connection.h"
+#include "foundation/remote_interface.h"
+#include "tools/command.h"
+#include "tools/commands.h"
+#include "tools/helper_access.h"
+#include "tools/interrupt.h"
+
+namespace {
+
+using namespace corvy::tools;
+
+// In the order in which help shows them.
+constexpr Command kCommands[] = {
+    {"import", "turn files and folders into records of text and properties", importCommand},
+    {"pdf", "text and properties of a PDF document", pdfCommand},
+    {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
+    {"entities", "character references into characters, and back", entitiesCommand},
+    {"charset", "character sets of pages, and their names", charsetCommand},
+    {"toolkit", "call operations of the toolkit by JSON lines", toolkitCommand},
+    {"importers", "list the metadata importers of the service", importersCommand},
+    {"serve", "run the service in the foreground", serveCommand},
+    {"status", "tell whether the service runs, and what it offers", statusCommand},
+    {"call", "call one operation of the service by its name", callCommand},
+};
+
+std::string overview() {
+    std::string text =
+        "Usage: corvystack COMMAND [ARGUMENT...]\n"
+        "       corvystack COMMAND --help\n\n"
+        "Takes documents apart in processes of their own.\n\nCommands:\n";
+    for (const Command& command : kCommands) {
+        std::string name(command.name);
+        name.resize(12, ' ');
+        text += "  " + name + std::string(command.summary) + "\n";
+    }
+    return text +
+           "\nOptions:\n"
+           "  --help      this overview\n"
+           "  --version   version and features\n\n"
+           "Exit status: 0 done, 1 the operation found nothing or failed, 2 wrong usage,\n"
+           "3 the helper could not be reached or died, 130 interrupted.\n";
+}
+
+std::string version() {
+    std::string text = "corvystack " CORVY_VERSION "\n";
+    text += "helper: " + corvy::helperProgramPath();
+    if (::access(corvy::helperProgramPath().c_str(), X_OK) != 0) text += " (missing)";
+    text += "\ndocument families:";
+    const auto families = workerFamilies();
+    for (const std::string& family : families) text += " " + family;
+    return text + (families.empty() ? " none\n" : "\n");
+}
+
+const Command* commandNamed(std::string_view name) {
+    for (const Command& command : kCommands) {
+        if (command.name == name) return &command;
+    }
+    return nullptr;
+}
+
+int dispatch(int argc, char** argv) {
+    if (argc < 2) {
+        std::fputs(overview().c_str(), stderr);
+        return kUsage;
+    }
+    const std::string_view word = argv[1];
+    if (word == "--version") {
+        print(version());
+        return kDone;
+    }
+    if (word == "--help" || word == "-h" || word == "help") {
+        const Command* command = argc > 2 && word == "help" ? commandNamed(argv[2]) : nullptr;
+        if (!command) {
+            print(overview());
+            return kDone;
+        }
+        char help[] = "--help";
+        char* arguments[] = {argv[2], help, nullptr};
+        return command->run(2, arguments);
+    }
+    const Command* command = commandNamed(word);
+    if (!command) {
+        complain("no command " + std::string(word) + "; `corvystack --help` lists them");
+        return kUsage;
+    }
+    return command->run(argc - 1, argv + 1);
+}
+
+int guarded(int argc, char** argv) {
+    try {
+        return dispatch(argc, argv);
+    } catch (const HelperUnreachable& error) {
+        if (isInterrupted()) return kInterrupted;
+        complain(error.what());
+        return kHelperLost;
+    } catch (const corvy::TransportError& error) {
+        if (isInterrupted()) return kInterrupted;
+        complain(explanationOf(error));
+        return kHelperLost;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return kFailed;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away must not kill the program before it has ended its helpers. Not
+    // SIG_IGN: that would be handed down to them.
+    std::signal(SIGPIPE, [](int) {});
+    const int status = guarded(argc, argv);
+    errno = 0;
+    const bool written = std::fflush(stdout) == 0 && !std::ferror(stdout);
+    if (written || status != kDone) return status;
+    // A reader that has gone wants no message.
+    if (errno != EPIPE) {
+        complain("cannot write to standard output" + (errno ? ": " + reasonOf(errno) : ""));
+    }
+    return kFailed;
+}

@@ -1,0 +1,21 @@
+// Text that the markup commands read.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace corvy::tools {
+
+struct MarkupInput {
+    std::string file = "-";    // "-" is standard input
+    std::string charset = {};  // what the transport would declare; empty: nothing
+    bool plain = false;        // UTF-8, whatever the text says of itself
+};
+
+// The text of the file; none, after a message, when it cannot be read or is none.
+std::optional<std::u16string> readMarkup(const MarkupInput& input);
+
+// Prints lines of a result; 1, without a message, when there are none.
+int printFound(const std::optional<std::u16string>& found);
+
+}  // namespace corvy::tools
