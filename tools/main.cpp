@@ -23,9 +23,11 @@ using namespace corvy::tools;
 constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
+    {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
     {"entities", "character references into characters, and back", entitiesCommand},
     {"charset", "character sets of pages, and their names", charsetCommand},
+    {"errorpage", "tell whether a page is an error page of its server", errorPageCommand},
     {"toolkit", "call operations of the toolkit by JSON lines", toolkitCommand},
     {"importers", "list the metadata importers of the service", importersCommand},
     {"serve", "run the service in the foreground", serveCommand},
