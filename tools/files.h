@@ -23,6 +23,9 @@ struct ReadOptions {
 // without being copied again.
 FileContents readFile(const std::string& path, const ReadOptions& options = {});
 
+// Why a regular file cannot be read: an error number, ENOTSUP for what is no such file; or 0.
+int errorOfOpening(const std::string& path);
+
 // Makes or replaces the file. The error number, 0 when it is written.
 int writeFile(const std::string& path, std::string_view contents);
 
