@@ -78,7 +78,8 @@ int errorOfOpening(const std::string& path) {
     const platform::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (file.get() < 0 || ::fstat(file.get(), &status) != 0) return errno;
-    return S_ISREG(status.st_mode) ? 0 : ENOTSUP;
+    if (S_ISREG(status.st_mode)) return 0;
+    return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
 }
 
 int writeFile(const std::string& path, std::string_view contents) {

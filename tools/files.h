@@ -23,7 +23,7 @@ struct ReadOptions {
 // without being copied again.
 FileContents readFile(const std::string& path, const ReadOptions& options = {});
 
-// Why a regular file cannot be read: an error number, ENOTSUP for what is no such file; or 0.
+// Why it is no regular file that can be read: an error number; 0 when it is one.
 int errorOfOpening(const std::string& path);
 
 // Makes or replaces the file. The error number, 0 when it is written.

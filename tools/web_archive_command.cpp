@@ -1,6 +1,5 @@
 // corvystack webarchive: text, source or address of a saved page.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -67,11 +66,10 @@ int printPart(const WebArchiveOptions& options, const WebArchiveText& archive) {
         if (!archive.source) return failWith(options, "its page is no markup");
         printLines(*archive.source);
     } else {
-        // Line feeds stand before the text of each page; before the first they are of no use.
-        std::u16string_view text = *archive.text;
-        text.remove_prefix(std::min(text.find_first_not_of(u'\n'), text.size()));
-        if (text.empty()) return failWith(options, explanationOfError("noText"));
-        printLines(text);
+        if (archive.text->find_first_not_of(u'\n') == std::u16string::npos) {
+            return failWith(options, explanationOfError("noText"));
+        }
+        printLines(*archive.text);
     }
     return kDone;
 }

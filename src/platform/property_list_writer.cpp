@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <bit>
 #include <cstdint>
+#include <map>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/property_list/readers.h"
 #include "platform/property_list_reader.h"
@@ -33,6 +35,14 @@ public:
             return true;
         }
         number = objects_.size();
+        if (const Bytes* bytes = value.bytes()) {
+            const auto key = std::pair(bytes->data(), bytes->size());
+            const auto [found, isNew] = bytes_.try_emplace(key, number);
+            if (!isNew) {
+                number = found->second;
+                return true;
+            }
+        }
         objects_.push_back({.value = &value});
         const Array* array = value.array();
         const Dictionary* dictionary = value.dictionary();
@@ -148,6 +158,7 @@ private:
 
     std::vector<Object> objects_;
     std::unordered_map<std::u16string_view, std::size_t> texts_;
+    std::map<std::pair<const std::byte*, std::size_t>, std::size_t> bytes_;
     std::size_t referenceSize_ = 1;
     std::vector<std::byte> out_;
 };

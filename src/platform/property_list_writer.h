@@ -10,8 +10,8 @@
 namespace corvy::platform {
 
 // What readPropertyList reads back as the same value: but integers come back 64 bits wide, and
-// addresses as strings. Equal strings are written once. None for what is nested deeper than the
-// reader takes.
+// addresses as strings. Equal strings are written once, and so are bytes that share their storage.
+// None for what is nested deeper than the reader takes.
 std::optional<std::vector<std::byte>> binaryPropertyList(const PropertyList& value);
 
 }  // namespace corvy::platform
