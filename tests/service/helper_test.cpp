@@ -39,7 +39,7 @@ Bytes contentsOf(const std::string& path) {
 }
 
 Bytes examplePdf(const std::string& name) {
-    return contentsOf(CORVY_TEST_DATA "/../../examples/" + name);
+    return contentsOf(CORVY_EXAMPLES "/" + name);
 }
 
 class HelperTest : public testing::Test {
@@ -260,9 +260,8 @@ TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
                        " --dest :1.0 --object-path /CorvyStackHelper --method "
                        "org.corvystack.ImExport1.SupportsFile \"[<'/etc/hostname'>]\" 2>&1"),
               "(false,)\n");
-    const std::string python = outputOf("/usr/bin/python3 " CORVY_TEST_DATA
-                                        "/../../examples/python_client.py " CORVY_TEST_DATA
-                                        "/../../examples/guide.pdf 2>&1");
+    const std::string python = outputOf("/usr/bin/python3 " CORVY_EXAMPLES
+                                        "/python_client.py " CORVY_EXAMPLES "/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
 }
 
