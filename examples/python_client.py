@@ -2,7 +2,7 @@
 """Calls two operations of a running CorvyStack helper through Gio.
 
     corvystack serve &
-    examples/python_client.py examples/pages.pdf
+    examples/python_client.py examples/guide.pdf
 
 Needs python3-gi. Values are D-Bus variants; what may be nil is an array of no or one element.
 """

@@ -41,7 +41,7 @@ HelperAccess::HelperAccess(Launching launching, double timeout) {
     if (!proxy_) {
         watchInterrupts();
         private_ = std::make_unique<PrivateHelper>();
-        if (!private_->start()) {
+        if (!private_->start([] { return !isInterrupted(); })) {
             throw HelperUnreachable("the helper could not be started: " + helperProgramPath());
         }
         killOnInterrupt(private_->processIdentifier());
@@ -60,7 +60,7 @@ HelperAccess::~HelperAccess() {
 
 std::unique_ptr<OwnedHelper> launchOwnedHelper() {
     auto helper = std::make_unique<PrivateHelper>();
-    if (!helper->start()) return nullptr;
+    if (!helper->start([] { return !isInterrupted(); })) return nullptr;
     return std::make_unique<OwnedPrivateHelper>(std::move(helper));
 }
 

@@ -42,7 +42,7 @@ private:
     RootProxy* proxy_ = nullptr;
 };
 
-// A private helper of the installed program; null when it does not come up.
+// A private helper; null when it does not come up, or Ctrl-C comes first.
 std::unique_ptr<OwnedHelper> launchOwnedHelper();
 
 // The families of documents whose worker programs lie beside the helper, in the order of their

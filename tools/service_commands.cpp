@@ -35,17 +35,19 @@ std::string textOf(const PropertyList& value) {
     return jsonOf(value, {.plainDictionaries = true});
 }
 
-// Lists and tables one entry a line, indented.
+// Plain values first, then lists and tables, one entry a line and indented.
 std::string readable(const Dictionary& status) {
     std::string out;
     for (const auto& [key, value] : status) {
-        out += toUtf8(key) + ":";
+        if (!value.array() && !value.dictionary()) {
+            out += toUtf8(key) + ": " + textOf(value) + "\n";
+        }
+    }
+    for (const auto& [key, value] : status) {
         const Array* list = value.array();
         const Dictionary* table = value.dictionary();
-        if (!list && !table) {
-            out += " " + textOf(value) + "\n";
-            continue;
-        }
+        if (!list && !table) continue;
+        out += toUtf8(key) + ":";
         out += (list ? list->empty() : table->empty()) ? " none\n" : "\n";
         if (list) {
             for (const PropertyList& entry : *list) out += "  " + textOf(entry) + "\n";

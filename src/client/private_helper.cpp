@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <cassert>
 #include <chrono>
@@ -47,19 +48,21 @@ PrivateHelper::~PrivateHelper() {
     kill();
 }
 
-bool PrivateHelper::start() {
+bool PrivateHelper::start(const std::function<bool()>& goOn) {
     kill();
     folder_ = makeRuntimeFolder(options_.registeredProxyName);
     if (folder_.empty()) return false;
     child_ = std::make_unique<ChildProcess>(
         ChildSetup{.launchPath = options_.path,
-                   .environment = {{"CORVYSTACK_RUNTIME_DIR", folder_}},
+                   .environment = {{"CORVYSTACK_RUNTIME_DIR", folder_},
+                                   {"CORVYSTACK_OWNER", std::to_string(getpid())}},
                    .discardsOutput = !options_.logging,
                    .ownGroup = true});
     try {
         child_->launch();
         const auto limit = std::chrono::steady_clock::now() + kRegistrationLimit;
-        while (child_->isRunning() && std::chrono::steady_clock::now() < limit) {
+        while (child_->isRunning() && std::chrono::steady_clock::now() < limit &&
+               (!goOn || goOn())) {
             if (auto proxy = platform::rootProxyForConnectionWithRegisteredName(
                     options_.registeredProxyName, folder_)) {
                 client_.emplace(std::move(proxy));

@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,8 +26,8 @@ public:
 
     // Ends the helper that ran so far, starts a fresh one and waits until it is registered. False,
     // with nothing left behind, when it cannot be started, ends before that, or needs more than
-    // 10 s.
-    bool start();
+    // 10 s. `goOn` is asked all the while; false ends the attempt.
+    bool start(const std::function<bool()>& goOn = nullptr);
     // False as soon as the process has ended by itself.
     bool isRunning();
     // Ends the process, waits for its end and removes its folder.

@@ -49,16 +49,23 @@ const std::uint8_t* beginOf(std::span<const std::byte> bytes) {
 }
 
 std::size_t countReplacements(std::span<const char16_t> units) {
-    constexpr std::size_t kBlock = NativeBlocks::kSize;
-    std::size_t count = 0;
-    const auto add = [&count](std::span<const char16_t> some) {
-        count += static_cast<std::size_t>(std::count(some.begin(), some.end(), kReplacement));
+    constexpr std::size_t kBlock = NativeBlocks::kSize, kStep = 4 * kBlock;
+    const auto contains = [](const char16_t* block) {
+        return NativeBlocks::contains(block, kReplacement);
     };
-    for (; units.size() >= kBlock; units = units.subspan(kBlock)) {
-        if (NativeBlocks::contains(units.data(), kReplacement)) add(units.first(kBlock));
+    std::size_t count = 0;
+    const char16_t* in = units.data();
+    const char16_t* const end = in + units.size();
+    for (; static_cast<std::size_t>(end - in) >= kStep; in += kStep) {
+        // Four blocks to a branch: there are hardly ever any.
+        const unsigned found = unsigned{contains(in)} | unsigned{contains(in + kBlock)} |
+                               unsigned{contains(in + 2 * kBlock)} |
+                               unsigned{contains(in + 3 * kBlock)};
+        if (found != 0) {
+            count += static_cast<std::size_t>(std::count(in, in + kStep, kReplacement));
+        }
     }
-    add(units);
-    return count;
+    return count + static_cast<std::size_t>(std::count(in, end, kReplacement));
 }
 
 class Utf8Converter final : public Converter {
@@ -178,7 +185,7 @@ public:
     static std::unique_ptr<Converter> open(const char* name) {
         const bool little = std::endian::native == std::endian::little;
         const iconv_t handle = iconv_open(little ? "UTF-16LE" : "UTF-16BE", name);
-        if (handle == reinterpret_cast<iconv_t>(-1)) return nullptr;
+        if (reinterpret_cast<std::intptr_t>(handle) == -1) return nullptr;
         return std::unique_ptr<Converter>(new LibcConverter(handle));
     }
     ~LibcConverter() override { iconv_close(handle_); }
@@ -309,7 +316,9 @@ Conversion convertUnicodeToUTF8(std::u16string_view text, std::span<std::byte> o
 Conversion convertEncodingToUnicode(std::span<const std::byte> bytes, Encoding encoding,
                                     std::span<char16_t> out) {
     Converter* const converter = converterFor(encoding);
-    return converter == nullptr ? Conversion() : converter->decode(bytes, out);
+    // The C library refuses a buffer without any room.
+    if (converter == nullptr || out.empty()) return {};
+    return converter->decode(bytes, out);
 }
 
 std::optional<DecodedText> tryToCreateStringWithEncoding(std::span<const std::byte> bytes,

@@ -1,7 +1,6 @@
 #include "markup/tag_attributes.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "foundation/character_tables.h"
 #include "foundation/text.h"
@@ -130,24 +129,6 @@ std::optional<std::u16string> valueOf(std::u16string_view tag, std::u16string_vi
     return std::u16string(tag.substr(value.location, value.length));
 }
 
-// The leading integer, held to 64 bits: white space, a sign, digits. 0 when there is none.
-std::int64_t integerValue(const std::optional<std::u16string>& text) {
-    if (!text) return 0;
-    std::size_t i = skipWhite(*text, 0);
-    const bool negative = i < text->size() && (*text)[i] == u'-';
-    if (i < text->size() && (negative || (*text)[i] == u'+')) ++i;
-    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-    std::int64_t value = 0;
-    for (; i < text->size() && (*text)[i] >= u'0' && (*text)[i] <= u'9'; ++i) {
-        const int digit = (*text)[i] - u'0';
-        if (value > (kMost - digit) / 10) {
-            return negative ? std::numeric_limits<std::int64_t>::min() : kMost;
-        }
-        value = value * 10 + digit;
-    }
-    return negative ? -value : value;
-}
-
 }  // namespace
 
 std::optional<std::u16string> attributeOfTagCharacters(std::u16string_view characters, Range range,
@@ -191,7 +172,7 @@ TagSize getTagWidth(std::u16string_view characters, Range range) {
     constexpr std::size_t kLeastLength = 10;
     if (tag.size() < kLeastLength) return {};
     const auto integerOf = [tag](std::u16string_view name) {
-        return integerValue(valueOf(tag, name, kCharactersRules));
+        return integerValue(valueOf(tag, name, kCharactersRules).value_or(u""));
     };
     TagSize size;
     size.width = integerOf(u"WIDTH");
@@ -202,8 +183,11 @@ TagSize getTagWidth(std::u16string_view characters, Range range) {
         return size;
     }
     const std::u16string style = valueOf(tag, u"STYLE", kCharactersRules).value_or(u"");
-    size.width = integerValue(attributeOfStyleWithName(style, u"WIDTH"));
-    if (size.width != 0) size.height = integerValue(attributeOfStyleWithName(style, u"HEIGHT"));
+    const auto styleInteger = [&style](std::u16string_view name) {
+        return integerValue(attributeOfStyleWithName(style, name).value_or(u""));
+    };
+    size.width = styleInteger(u"WIDTH");
+    if (size.width != 0) size.height = styleInteger(u"HEIGHT");
     return size;
 }
 

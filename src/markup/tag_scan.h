@@ -31,7 +31,8 @@ inline Range quickNameOfTag(std::u16string_view characters, std::size_t start, s
         constexpr std::uint64_t kStops = std::uint64_t{1} << u' ' | std::uint64_t{1} << u'>' |
                                          std::uint64_t{1} << u'/' | std::uint64_t{1} << u'\n' |
                                          std::uint64_t{1} << u'\r' | std::uint64_t{1} << u'\t';
-        const char16_t stop = characters[first + (length & (kLongest - 1))];
+        // Without a stop among them this is the first letter, which is none either.
+        const char16_t stop = characters[first + length % kLongest];
         if (stop < 64 && (kStops >> stop & 1) != 0) return {first, length};
     }
     return nameOfTag(characters, start, end);
@@ -98,7 +99,7 @@ inline std::size_t findCommentEnd(std::u16string_view characters, std::size_t st
     });
 }
 
-// "<!" and `mark` at `start`.
+// What the "<" at `start` opens.
 inline TagKind kindOfTag(std::u16string_view characters, std::size_t start) {
     if (start + 2 < characters.size() && characters[start + 1] == u'!') {
         if (characters[start + 2] == u'[') return TagKindSection;
@@ -125,9 +126,9 @@ bool scanTags(std::u16string_view string, std::u16string_view characters, void* 
         const TagKind kind = scan::kindOfTag(characters, start);
         if (kind == TagKindElement) {
             if (end == scan::kNone) end = scan::findElementEnd(characters, start, elementEnds);
-            if (end == scan::kNone) break;
+            if (end == scan::kNone) break;  // it is text
             name = scan::quickNameOfTag(characters, start, end);
-            if (name.length - 5 < 2) {
+            if (name.length == 5 || name.length == 6) {  // may be "style" or "script"
                 end = elementEnds.endOfElement(characters.substr(name.location, name.length), start,
                                                end);
             }
@@ -135,7 +136,7 @@ bool scanTags(std::u16string_view string, std::u16string_view characters, void* 
             end = kind == TagKindComment ? scan::findCommentEnd(characters, start)
                                          : scan::findSectionEnd(characters, start);
         }
-        const bool ended = end != scan::kNone;
+        const bool ended = end != scan::kNone;  // else a comment or section runs to the end
         call.nameLocation = name.location;
         call.nameLength = name.length;
         call.tagLocation = start;

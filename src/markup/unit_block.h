@@ -1,8 +1,7 @@
 // Sixty-four UTF-16 units at once: which of them are a given ASCII character, as one bit each.
 //
-// The units are narrowed to bytes first; those above U+00FF become bytes that equal no ASCII
-// character but U+0000, so ask for no U+0000. There are back ends for SSE2, NEON and plain words,
-// chosen when compiling.
+// There are back ends for SSE2, NEON and plain words, chosen when compiling. The first two narrow
+// the units to bytes, where those above U+00FF turn into 0xFF or 0; so ask for no U+0000.
 #pragma once
 
 #include <algorithm>
@@ -46,11 +45,11 @@ private:
     using Bytes16 = uint8x16_t;
 #else
     struct Bytes16 {
-        std::uint64_t words[2];  // eight units each, the first in the lowest byte
+        std::uint64_t words[4];  // four units each, as they are, the first in the lowest bits
     };
 #endif
     UnitBlock(Bytes16 a, Bytes16 b, Bytes16 c, Bytes16 d) : a_(a), b_(b), c_(c), d_(d) {}
-    // The units of U+0100 and above become 0xFF, or 0.
+    // Sixteen units in the form of the back end.
     static Bytes16 narrow16(const char16_t* units);
 
     Bytes16 a_, b_, c_, d_;
@@ -118,25 +117,25 @@ inline unsigned UnitBlock::lengthOfPlainName(const char16_t* units) {
 #else
 
 inline UnitBlock::Bytes16 UnitBlock::narrow16(const char16_t* units) {
-    Bytes16 bytes = {};
-    for (int i = 0; i < 16; ++i) {
-        const std::uint64_t byte = std::min<char16_t>(units[i], 0xFF);
-        bytes.words[i / 8] |= byte << i % 8 * 8;
-    }
-    return bytes;
+    const auto word = [units](int i) {
+        return std::uint64_t{units[i]} | std::uint64_t{units[i + 1]} << 16 |
+               std::uint64_t{units[i + 2]} << 32 | std::uint64_t{units[i + 3]} << 48;
+    };
+    return {{word(0), word(4), word(8), word(12)}};
 }
 
 inline std::uint64_t UnitBlock::bitsOf(char character) const {
-    constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F;
-    const std::uint64_t wanted = 0x0101010101010101 * static_cast<std::uint8_t>(character);
+    constexpr std::uint64_t kLow15 = 0x7FFF7FFF7FFF7FFF;
+    const std::uint64_t wanted = 0x0001000100010001 * static_cast<std::uint8_t>(character);
     const auto bitsOfWord = [wanted](std::uint64_t word) {
         const std::uint64_t other = word ^ wanted;
-        // The top bit of each byte that is 0, then the eight of them side by side.
-        const std::uint64_t equal = ~(((other & kLow7) + kLow7) | other | kLow7);
-        return (equal >> 7) * 0x0102040810204080 >> 56;
+        // The top bit of each unit that is 0, then the four of them side by side.
+        const std::uint64_t equal = ~(((other & kLow15) + kLow15) | other | kLow15);
+        return (equal >> 15) * 0x0001000200040008 >> 48;
     };
-    const auto bits = [bitsOfWord](const Bytes16& bytes) {
-        return bitsOfWord(bytes.words[0]) | bitsOfWord(bytes.words[1]) << 8;
+    const auto bits = [bitsOfWord](const Bytes16& units) {
+        return bitsOfWord(units.words[0]) | bitsOfWord(units.words[1]) << 4 |
+               bitsOfWord(units.words[2]) << 8 | bitsOfWord(units.words[3]) << 12;
     };
     return bits(a_) | bits(b_) << 16 | bits(c_) << 32 | bits(d_) << 48;
 }

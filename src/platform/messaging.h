@@ -22,12 +22,18 @@ namespace corvy::platform {
 
 // The service end. Requests are served on the thread that runs the default main context, one after
 // the other, in the order of their arrival, each as an idle source of its own: an operation that
-// runs the context nested lets the next request in, up to 8 deep; deeper ones stay queued.
+// runs the context nested lets the next request in, up to 8 deep; deeper ones stay queued. Since
+// such waits lie inside each other, an outer one ends after the inner ones.
+//
+// A request that was begun is finished even if its client has gone; what that client asked beyond
+// it is dropped. A client with more than a few dozen requests or replies on their way is not read
+// from until there are fewer. Processes of other users are refused.
 class Connection {
 public:
     // One operation of the vended object. The arguments are as many and of the types that the
-    // method declares. What it throws goes to the client as an exception; a result of the wrong
-    // type is a fault of the program.
+    // method declares. What it throws goes to the client as an exception, and so does a result of
+    // the wrong type, one with collections nested more than 20 deep, or one that is too large: more
+    // than 32 MiB beside the 16 largest of its texts and bytes. It must not destroy the connection.
     using Handler =
         std::function<RemoteValue(const RemoteMethod& method, const std::vector<RemoteValue>&)>;
     // A read-only value that tools can ask for beside the operations (interface
@@ -43,13 +49,14 @@ public:
     void setStatusProperties(std::map<std::string, Property> properties);
     // Takes the name for this process and starts to listen. False, with nothing left behind, when
     // another process holds it, when the runtime folder is not the user's own, a link, or open to
-    // others, when the socket's path would be too long, or when anything else is in the way. A
-    // process may hold any number of names, each once.
+    // others, when the socket's path would be longer than 99 bytes, or when anything else is in the
+    // way. A process may hold any number of names, each once. A listening socket that the process
+    // was started with (LISTEN_FDS, LISTEN_PID) serves the first name instead of one of our own.
     bool registerName(std::string_view name);
     // On: a request waits until the one in progress is done, even while that runs the context.
     // Off (the start value): it may be served inside.
     void setIndependentConversationQueueing(bool on);
-    // In seconds; 15 both. Clients read them when they connect.
+    // In seconds; 15 both. Clients ask for them along with their first request.
     void setRequestTimeout(double seconds);
     void setReplyTimeout(double seconds);
 
@@ -63,8 +70,9 @@ private:
 std::string runtimeDirectory();
 
 // Looks the name up, without waiting: the proxy of the object that is registered under it, or null.
-// A service that is busy is found all the same. The name is that of the given folder; without one,
-// of runtimeDirectory().
+// A service that is busy is found all the same; one that accepts no connection for the moment is
+// tried again by the first call, within its request time-out. The name is that of the given folder;
+// without one, of runtimeDirectory(). The proxy needs no run loop.
 std::unique_ptr<RootProxy> rootProxyForConnectionWithRegisteredName(std::string_view name,
                                                                     std::string_view folder = {});
 

@@ -67,7 +67,7 @@ std::optional<PropertyList> argumentOf(std::string_view text) {
         if (!bytes) return std::nullopt;
         return PropertyList(std::move(*bytes));
     }
-    const auto value = propertyListOfJson(text);
+    auto value = propertyListOfJson(text);
     if (value && (value->boolean() || value->number())) return value;
     return PropertyList(pathFromBytes(text));
 }

@@ -1,10 +1,9 @@
 // corvystack-helper: the service. Registers the vended object and serves it until it is killed.
 #include <glib.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -12,6 +11,7 @@
 #include "platform/messaging.h"
 #include "platform/service_manager.h"
 #include "service/corvy_stack_helper.h"
+#include "service/owner.h"
 #include "service/status_properties.h"
 
 namespace {
@@ -62,6 +62,7 @@ int main(int argc, char** argv) {
     connection.setRequestTimeout(kTimeout);
     connection.setReplyTimeout(kTimeout);
     corvy::platform::notifyReady();
+    corvy::endWithOwner(options.name);
 
     GMainLoop* loop = g_main_loop_new(nullptr, FALSE);
     while (true) g_main_loop_run(loop);

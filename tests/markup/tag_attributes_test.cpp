@@ -83,6 +83,7 @@ TEST(TagAttributes, FindsValues) {
         {u"<a b=>", u"B", nullptr},
         {u" b=cde", u"B", nullptr},
         {u" b=cdef", u"B", u"cdef"},
+        {u"xb=cdef", u"B", nullptr},
         // Lone surrogates and zero units are units as others.
         {u"<a b=\xDC00\xD800>", u"B", u"\xDC00\xD800"},
         {std::u16string_view(u"<a b=x\0y>", 9), u"B", u"x"},

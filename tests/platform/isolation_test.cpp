@@ -68,12 +68,12 @@ protected:
     }
 
     void TearDown() override {
-        // While the pool lives there is the warm process and nothing else, soon after each call.
-        for (int i = 0; i < 200 && descendants().size() > 1; ++i) {
+        // While the pool lives there are its warm processes and nothing else, soon after each call.
+        for (int i = 0; i < 200 && descendants().size() > warmProcesses_; ++i) {
             reapOrphans();
             ::usleep(10'000);
         }
-        EXPECT_LE(descendants().size(), 1U) << testing::PrintToString(descendants());
+        EXPECT_LE(descendants().size(), warmProcesses_) << testing::PrintToString(descendants());
         pool_.reset();
         reapOrphans();
         EXPECT_TRUE(descendants().empty()) << testing::PrintToString(descendants());
@@ -84,13 +84,13 @@ protected:
     void reapOrphans() {
         for (const std::string& process : descendants()) {
             const pid_t pid = std::atoi(process.c_str());
-            if (!warmProcesses_.contains(pid)) ::waitpid(pid, nullptr, WNOHANG);
+            if (!knownProcesses_.contains(pid)) ::waitpid(pid, nullptr, WNOHANG);
         }
     }
 
     pid_t warmProcess() {
         const auto pid = static_cast<pid_t>(run("parent").value_or(Null()).integer().value_or(0));
-        warmProcesses_.insert(pid);
+        knownProcesses_.insert(pid);
         return pid;
     }
 
@@ -108,10 +108,11 @@ protected:
     }
 
     std::unique_ptr<WorkerPool> pool_;
+    std::size_t warmProcesses_ = 1;  // the most that may run after the test
 
 private:
     std::size_t descriptorsBefore_ = 0;
-    std::set<pid_t> warmProcesses_;
+    std::set<pid_t> knownProcesses_;
 };
 
 TEST_F(Isolation, GivesResultsAndParts) {
@@ -125,7 +126,7 @@ TEST_F(Isolation, GivesResultsAndParts) {
         auto counting = request("count", {{u"count", std::int64_t{1000}}});
         if (crashes) counting.arguments.set(u"thenCrash", true);
         std::int64_t next = 0;
-        counting.part = [&next](PropertyList part) { EXPECT_EQ(part.integer(), next++); };
+        counting.part = [&next](const PropertyList& part) { EXPECT_EQ(part.integer(), next++); };
         EXPECT_EQ(pool_->run(counting).has_value(), !crashes);
         EXPECT_EQ(next, 1000);
     }
@@ -176,7 +177,7 @@ TEST_F(Isolation, KeepsToTheWallClock) {
         const auto start = Clock::now();
         EXPECT_EQ(pool_->run(hanging), std::nullopt) << operation;
         // Spinning operations fight for the processor with whatever else the machine does.
-        EXPECT_LT(secondsSince(start), 3) << operation;
+        EXPECT_LT(secondsSince(start), 10) << operation;
         EXPECT_LE(descendants().size(), 1U) << operation << " was not cleared away";
     }
 }
@@ -213,6 +214,9 @@ TEST_F(Isolation, OpensTheNetworkOnlyWhenAsked) {
     EXPECT_EQ(pool_->run(opening), PropertyList(Array{std::int64_t{EACCES}, true}));
     opening.limits.network = true;
     EXPECT_EQ(pool_->run(opening), PropertyList(Array{std::int64_t{0}, true}));
+    opening.limits.network = false;
+    EXPECT_EQ(pool_->run(opening), PropertyList(Array{std::int64_t{EACCES}, true}));
+    warmProcesses_ = 2;
 }
 
 TEST_F(Isolation, TakesNoGarbage) {
@@ -284,6 +288,16 @@ TEST_F(Isolation, StartsADeadProgramAgain) {
     }
     // In the middle of an operation: that one is lost, and only that.
     EXPECT_EQ(run("killParent"), std::nullopt);
+    // A request that is served inside finds the program dead; the outer one is lost.
+    auto asking = request("ask");
+    bool isInnerServed = false;
+    asking.question = [&](const PropertyList&) {
+        ::kill(warmProcess(), SIGKILL);
+        isInnerServed = run("echo").has_value();
+        return PropertyList();
+    };
+    EXPECT_EQ(pool_->run(asking), std::nullopt);
+    EXPECT_TRUE(isInnerServed);
     // Alive, but deaf.
     const pid_t deaf = warmProcess();
     ASSERT_GT(deaf, 1);
@@ -296,10 +310,10 @@ TEST_F(Isolation, StartsADeadProgramAgain) {
 
 TEST_F(Isolation, LeavesNoTemporaryFiles) {
     for (const char16_t* ending : {u"well", u"crash", u"killParent"}) {
-        auto using_ = request("useTemporaryFolder", {{ending, true}});
+        auto leaving = request("useTemporaryFolder", {{ending, true}});
         std::filesystem::path folder;
-        using_.part = [&folder](const PropertyList& part) { folder = *part.string(); };
-        EXPECT_NE(pool_->run(using_), PropertyList()) << "the folder could not be used";
+        leaving.part = [&folder](const PropertyList& part) { folder = *part.string(); };
+        EXPECT_NE(pool_->run(leaving), PropertyList()) << "the folder could not be used";
         ASSERT_FALSE(folder.empty());
         run("echo");  // a program that died is cleared away when its family is used again
         const auto base = folder.parent_path();
@@ -316,7 +330,7 @@ TEST_F(Isolation, HasNoneForAFamilyThatIsNotThere) {
 }
 
 TEST_F(Isolation, WaitsForAProgramThatStartsSlowly) {
-    ::setenv("TEST_WORKER_START_MS", "400", 1);
+    ::setenv("TEST_WORKER_START_MS", "1000", 1);
     auto early = request("parent");
     early.limits.wallSeconds = 0.1;
     EXPECT_EQ(pool_->run(early), std::nullopt);
@@ -351,11 +365,11 @@ TEST_F(Isolation, RunsTheContextWhileItWaits) {
 
     // A result that came in time counts, even if the thread was busy past the deadline.
     outer.arguments.set(u"milliseconds", std::int64_t{1});
-    outer.limits.wallSeconds = 0.5;
+    outer.limits.wallSeconds = 1;
     g_timeout_add(
         0,
         [](gpointer) -> gboolean {
-            ::usleep(700'000);
+            ::usleep(1'200'000);
             return G_SOURCE_REMOVE;
         },
         nullptr);
@@ -393,6 +407,40 @@ TEST_F(Isolation, EndsItsWorkersWithTheProcess) {
         ::usleep(10'000);
     }
     EXPECT_TRUE(descendants().empty()) << testing::PrintToString(descendants());
+}
+
+TEST(WorkerByHand, PrintsPartsAndResult) {
+    struct Case {
+        std::string arguments;
+        const char* output;
+        int exitCode;
+    };
+    const Case cases[] = {
+        {"libraries", "{\"result\": {\"trouble\": \"1.0\"}}\n", 0},
+        {"count count=2", "{\"part\": 0}\n{\"part\": 1}\n{\"result\": 2}\n", 0},
+        {"echo a=true b=1.5 c=1e d= e=x=y f=[1]",
+         "{\"result\": {\"a\": true, \"b\": 1.5, \"c\": \"1e\", \"d\": \"\", \"e\": \"x=y\", "
+         "\"f\": \"[1]\"}}\n",
+         0},
+        {"echo a=@/dev/null", "{\"result\": {\"a\": {\"bytes\": \"\"}}}\n", 0},
+        {"ask quiet=1", "{\"question\": \"first\"}\n{\"question\": \"second\"}\n", 1},
+        {"throw", "", 1},
+        {"echo a=@/no/such/file", "", 2},
+        {"echo a", "", 2},
+        {"unknown", "", 2},
+        {"", "", 2},
+    };
+    for (const Case& c : cases) {
+        const std::string command =
+            CORVY_BUILD_DIR "/tests/corvystack-worker-test --once " + c.arguments + " 2>/dev/null";
+        FILE* pipe = ::popen(command.c_str(), "r");
+        ASSERT_NE(pipe, nullptr);
+        std::string output;
+        for (int byte = 0; (byte = std::fgetc(pipe)) != EOF;) output += static_cast<char>(byte);
+        const int status = ::pclose(pipe);
+        EXPECT_EQ(output, c.output) << c.arguments;
+        EXPECT_EQ(WEXITSTATUS(status), c.exitCode) << c.arguments;
+    }
 }
 
 TEST(ProgramFolder, IsThatOfTheProgramUnlessSaidOtherwise) {

@@ -13,7 +13,7 @@
 namespace corvy::platform {
 namespace {
 
-using RegistrationTest = MessagingTest;
+using MessagingRegistrationTest = MessagingTest;
 
 bool canRegister(const char* name = kName) {
     Connection connection;
@@ -33,7 +33,7 @@ Descriptor bindSocket(const std::string& path, int backlog) {
     return fd;
 }
 
-TEST_F(RegistrationTest, MakesAPrivateSocketAndRemovesIt) {
+TEST_F(MessagingRegistrationTest, MakesAPrivateSocketAndRemovesIt) {
     const std::set<std::string> before = filesIn("/proc/self/fd");
     {
         Connection connection;
@@ -66,7 +66,7 @@ TEST_F(RegistrationTest, MakesAPrivateSocketAndRemovesIt) {
     EXPECT_TRUE(canRegister());
 }
 
-TEST_F(RegistrationTest, RefusesFoldersThatAreNotTheUsersOwn) {
+TEST_F(MessagingRegistrationTest, RefusesFoldersThatAreNotTheUsersOwn) {
     namespace fs = std::filesystem;
     fs::create_directory(base_ + "/open");
     fs::permissions(base_ + "/open", fs::perms(0755));
@@ -99,7 +99,7 @@ TEST_F(RegistrationTest, RefusesFoldersThatAreNotTheUsersOwn) {
     }
 }
 
-TEST_F(RegistrationTest, RefusesNamesThatNoSocketCanHave) {
+TEST_F(MessagingRegistrationTest, RefusesNamesThatNoSocketCanHave) {
     const std::size_t room = 107 - kTemporarySuffixLength - (folder_.size() + 1);
     EXPECT_TRUE(canRegister(std::string(room, 'n').c_str()));
     EXPECT_FALSE(canRegister(std::string(room + 1, 'n').c_str()));
@@ -109,7 +109,7 @@ TEST_F(RegistrationTest, RefusesNamesThatNoSocketCanHave) {
     EXPECT_EQ(rootProxyForConnectionWithRegisteredName(std::string_view("a\0b", 3)), nullptr);
 }
 
-TEST_F(RegistrationTest, FullDiskLeavesNothingBehind) {
+TEST_F(MessagingRegistrationTest, FullDiskLeavesNothingBehind) {
     if (geteuid() != 0) GTEST_SKIP() << "mounting needs root";
     ASSERT_TRUE(canRegister());  // makes the folder
     for (const char* room : {"nr_inodes=1,mode=0700", "nr_inodes=2,mode=0700"}) {
@@ -125,7 +125,7 @@ TEST_F(RegistrationTest, FullDiskLeavesNothingBehind) {
     EXPECT_TRUE(canRegister());
 }
 
-TEST_F(RegistrationTest, CleansUpAfterStartersThatDied) {
+TEST_F(MessagingRegistrationTest, CleansUpAfterStartersThatDied) {
     ASSERT_TRUE(canRegister());
     const std::string name = kName;
     bindSocket(folder_ + "/" + name + ".4242", -1);  // dead starter
@@ -140,7 +140,7 @@ TEST_F(RegistrationTest, CleansUpAfterStartersThatDied) {
                                      name + ".99", name + ".x"}));
 }
 
-TEST_F(RegistrationTest, OneOfManyStartersWinsOverADeadSocket) {
+TEST_F(MessagingRegistrationTest, OneOfManyStartersWinsOverADeadSocket) {
     for (int round = 0; round < 4; ++round) {
         std::vector<std::unique_ptr<OtherProcess>> starters;
         for (int i = 0; i < 8; ++i) {
@@ -163,7 +163,7 @@ TEST_F(RegistrationTest, OneOfManyStartersWinsOverADeadSocket) {
     }
 }
 
-TEST_F(RegistrationTest, ASocketMayBeHandedOver) {
+TEST_F(MessagingRegistrationTest, ASocketMayBeHandedOver) {
     ASSERT_TRUE(canRegister());  // makes the folder
     const Descriptor listening = bindSocket(socketFile(), 16);
     const auto early = rootProxyForConnectionWithRegisteredName(kName);  // before the service
@@ -189,7 +189,7 @@ TEST_F(RegistrationTest, ASocketMayBeHandedOver) {
         "registered");
 }
 
-TEST_F(RegistrationTest, ABusyServiceIsFoundAndWaitedFor) {
+TEST_F(MessagingRegistrationTest, ABusyServiceIsFoundAndWaitedFor) {
     ASSERT_TRUE(canRegister());  // makes the folder
     const Descriptor listening = bindSocket(socketFile(), 0);
     // Fill its backlog.
@@ -204,9 +204,14 @@ TEST_F(RegistrationTest, ABusyServiceIsFoundAndWaitedFor) {
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(failureOf([&] { last.call("stillBusy", {}); }), TransportError::Kind::timeout);
     EXPECT_GE(secondsSince(start), 0.1);
+    // A service in its place takes the waiting client on.
+    OtherProcess service({peerProgram(), kName});
+    ASSERT_EQ(service.line(), "registered");
+    last.setRequestTimeout(10);
+    EXPECT_EQ(last.call("stillBusy", {}), RemoteValue(false));
 }
 
-TEST_F(RegistrationTest, StrangersAreRefused) {
+TEST_F(MessagingRegistrationTest, StrangersAreRefused) {
     if (geteuid() != 0) GTEST_SKIP() << "becoming another user needs root";
     OtherProcess service({peerProgram(), kName});
     ASSERT_EQ(service.line(), "registered");
@@ -220,7 +225,7 @@ TEST_F(RegistrationTest, StrangersAreRefused) {
     EXPECT_EQ(OtherProcess({peerProgram(), "--as", "0", socketFile()}).line(), "served");
 }
 
-TEST(RuntimeDirectory, ComesFromTheEnvironment) {
+TEST(MessagingRuntimeDirectory, ComesFromTheEnvironment) {
     const char* before = getenv("XDG_RUNTIME_DIR");
     const std::string saved = before == nullptr ? "" : before;
     struct Case {

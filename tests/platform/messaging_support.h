@@ -115,7 +115,7 @@ protected:
 };
 
 // A service is running.
-class ServiceTest : public MessagingTest {
+class MessagingServiceTest : public MessagingTest {
 protected:
     void SetUp() override {
         MessagingTest::SetUp();

@@ -25,7 +25,7 @@ ino_t fileOf(const Bytes& bytes) {
     return fstat(bytes.descriptor(), &status) == 0 ? status.st_ino : 0;
 }
 
-TEST_F(ServiceTest, ValuesComeBackAsTheyWere) {
+TEST_F(MessagingServiceTest, ValuesComeBackAsTheyWere) {
     const std::u16string withNul(u"a\0b", 3);
     const std::u16string lone = {u'x', char16_t{0xD800}, u'y'};
     const PropertyList values[] = {
@@ -64,7 +64,7 @@ TEST_F(ServiceTest, ValuesComeBackAsTheyWere) {
     EXPECT_EQ(service->call("echo:", {1.25F}), RemoteValue(1.25));
 }
 
-TEST_F(ServiceTest, NilAndPlainTypes) {
+TEST_F(MessagingServiceTest, NilAndPlainTypes) {
     const auto service = proxy();
     EXPECT_EQ(service->call("echo:", {std::nullopt}), std::nullopt);
     EXPECT_EQ(service->call("isNil:", {std::nullopt}), RemoteValue(true));
@@ -74,7 +74,7 @@ TEST_F(ServiceTest, NilAndPlainTypes) {
               RemoteValue(-(big + 2)));
 }
 
-TEST_F(ServiceTest, LargeValuesTravelInMemoryFiles) {
+TEST_F(MessagingServiceTest, LargeValuesTravelInMemoryFiles) {
     const auto service = proxy();
     const Bytes sent = bytesOfSize(20 << 20);
     const RemoteValue first = service->call("echo:", {sent});
@@ -99,7 +99,7 @@ TEST_F(ServiceTest, LargeValuesTravelInMemoryFiles) {
     EXPECT_EQ(service->call("echo:", {text}), RemoteValue(text));
 }
 
-TEST_F(ServiceTest, ManyMiddlingValuesAreSpreadOrRefused) {
+TEST_F(MessagingServiceTest, ManyMiddlingValuesAreSpreadOrRefused) {
     const auto service = proxy();
     Array values(40, PropertyList(bytesOfSize(1 << 20)));
     values.emplace_back(std::u16string(1 << 20, u'x'));
@@ -112,7 +112,7 @@ TEST_F(ServiceTest, ManyMiddlingValuesAreSpreadOrRefused) {
     EXPECT_EQ(service->call("echo:", {u"usable"}), RemoteValue(u"usable"));
 }
 
-TEST_F(ServiceTest, FailuresOfOperationsAreTold) {
+TEST_F(MessagingServiceTest, FailuresOfOperationsAreTold) {
     const auto service = proxy();
     try {
         service->call("raise:", {u"Gr\u00FC\u00DFe"});
@@ -137,7 +137,7 @@ TEST_F(ServiceTest, FailuresOfOperationsAreTold) {
     EXPECT_EQ(service->call("echo:", {u"usable"}), RemoteValue(u"usable"));
 }
 
-TEST_F(ServiceTest, WithoutProtocolTheObjectIsAsked) {
+TEST_F(MessagingServiceTest, WithoutProtocolTheObjectIsAsked) {
     const auto service = rootProxyForConnectionWithRegisteredName(kName);
     ASSERT_NE(service, nullptr);
     EXPECT_TRUE(service->respondsTo("stillBusy"));
@@ -147,7 +147,7 @@ TEST_F(ServiceTest, WithoutProtocolTheObjectIsAsked) {
               RemoteValue(std::int64_t{3}));
 }
 
-TEST_F(ServiceTest, StatusIsReadable) {
+TEST_F(MessagingServiceTest, StatusIsReadable) {
     const auto service = rootProxyForConnectionWithRegisteredName(kName);
     ASSERT_NE(service, nullptr);
     const Dictionary expected = {{u"Version", u"1.0"},
@@ -157,10 +157,10 @@ TEST_F(ServiceTest, StatusIsReadable) {
     EXPECT_EQ(statusOf(*service), expected);
 }
 
-TEST_F(ServiceTest, RequestIsServedInsideAnothersWait) {
+TEST_F(MessagingServiceTest, RequestIsServedInsideAnothersWait) {
     std::atomic<bool> waiting = true;
     std::thread first([&] {
-        proxy()->call("runLoopFor:", {std::int64_t{1500}});
+        proxy()->call("runLoopFor:", {std::int64_t{1000}});
         waiting = false;
     });
     const auto second = proxy();
@@ -170,7 +170,7 @@ TEST_F(ServiceTest, RequestIsServedInsideAnothersWait) {
     first.join();
 }
 
-TEST_F(ServiceTest, QueueingHoldsRequestsBack) {
+TEST_F(MessagingServiceTest, QueueingHoldsRequestsBack) {
     start({"queueing"});
     std::thread first([&] { proxy()->call("runLoopFor:", {std::int64_t{500}}); });
     const auto second = proxy();
@@ -179,16 +179,16 @@ TEST_F(ServiceTest, QueueingHoldsRequestsBack) {
     first.join();
 }
 
-TEST_F(ServiceTest, NestingEndsAtEight) {
+TEST_F(MessagingServiceTest, NestingEndsAtEight) {
     std::vector<std::thread> clients;
     for (int i = 0; i < 12; ++i) {
-        clients.emplace_back([&] { proxy()->call("runLoopFor:", {std::int64_t{400}}); });
+        clients.emplace_back([&] { proxy()->call("runLoopFor:", {std::int64_t{600}}); });
     }
     for (std::thread& client : clients) client.join();
     EXPECT_EQ(proxy()->call("runLoopFor:", {std::int64_t{0}}), RemoteValue(std::int64_t{8}));
 }
 
-TEST_F(ServiceTest, TwoHundredClients) {
+TEST_F(MessagingServiceTest, TwoHundredClients) {
     std::vector<std::unique_ptr<RootProxy>> clients;
     for (int i = 0; i < 200; ++i) {
         clients.push_back(proxy());
@@ -202,7 +202,7 @@ TEST_F(ServiceTest, TwoHundredClients) {
     }
 }
 
-TEST_F(ServiceTest, DeathOfTheServiceIsKnownAtOnce) {
+TEST_F(MessagingServiceTest, DeathOfTheServiceIsKnownAtOnce) {
     const auto service = proxy();
     std::thread killer([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(150));
@@ -221,7 +221,7 @@ TEST_F(ServiceTest, DeathOfTheServiceIsKnownAtOnce) {
     EXPECT_TRUE(std::filesystem::exists(socketFile()));
 }
 
-TEST_F(ServiceTest, StoppedServiceTimesOutAndGoesOn) {
+TEST_F(MessagingServiceTest, StoppedServiceTimesOutAndGoesOn) {
     const auto service = proxy();
     service->setRequestTimeout(0.2);
     service->setReplyTimeout(0.3);
@@ -232,11 +232,13 @@ TEST_F(ServiceTest, StoppedServiceTimesOutAndGoesOn) {
     ASSERT_NE(found, nullptr);
     auto start = Clock::now();
     EXPECT_EQ(failureOf([&] { service->call("echo:", {u"late"}); }), Kind::timeout);
-    EXPECT_NEAR(secondsSince(start), 0.3, 0.25);
+    EXPECT_GE(secondsSince(start), 0.3);
+    EXPECT_LT(secondsSince(start), 1.3);
     // A request that it does not even take in.
     start = Clock::now();
     EXPECT_EQ(failureOf([&] { service->call("echo:", {bytesOfSize(10 << 20)}); }), Kind::timeout);
-    EXPECT_NEAR(secondsSince(start), 0.2, 0.25);
+    EXPECT_GE(secondsSince(start), 0.2);
+    EXPECT_LT(secondsSince(start), 1.2);
     // A connection without a greeting yet.
     found->setRequestTimeout(0.1);
     EXPECT_EQ(failureOf([&] { found->call("echo:", {u"late"}); }), Kind::timeout);
@@ -249,7 +251,7 @@ TEST_F(ServiceTest, StoppedServiceTimesOutAndGoesOn) {
     EXPECT_EQ(found->call("echo:", {u"new"}), RemoteValue(u"new"));
 }
 
-TEST_F(ServiceTest, TheTwoTimeoutsAreKeptApart) {
+TEST_F(MessagingServiceTest, TheTwoTimeoutsAreKeptApart) {
     const auto service = proxy();
     service->setRequestTimeout(0.2);
     EXPECT_EQ(service->call("sleepFor:", {std::int64_t{500}}), RemoteValue(true));
@@ -257,14 +259,14 @@ TEST_F(ServiceTest, TheTwoTimeoutsAreKeptApart) {
     EXPECT_EQ(failureOf([&] { service->call("sleepFor:", {std::int64_t{400}}); }), Kind::timeout);
 }
 
-TEST_F(ServiceTest, TimeoutsOfTheServiceCount) {
+TEST_F(MessagingServiceTest, TimeoutsOfTheServiceCount) {
     setenv("TEST_REPLY_TIMEOUT", "0.2", 1);
     start({});
     unsetenv("TEST_REPLY_TIMEOUT");
     EXPECT_EQ(failureOf([&] { proxy()->call("sleepFor:", {std::int64_t{2000}}); }), Kind::timeout);
 }
 
-TEST_F(ServiceTest, ToolsCanTalkToTheSocket) {
+TEST_F(MessagingServiceTest, ToolsCanTalkToTheSocket) {
     if (OtherProcess({"busctl", "--version"}).output().empty()) GTEST_SKIP() << "no busctl";
     const std::string listing = OtherProcess({"busctl", "--address=unix:path=" + socketFile(),
                                               "--no-pager", "introspect", ":1.0", "/TestObject"})

@@ -1,6 +1,7 @@
 // The helper as its users meet it: the built program, through its socket.
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -88,7 +89,7 @@ TEST_F(HelperTest, AnObjectOfTheWrongClassIsAnException) {
 }
 
 TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
-    const RemoteValue answer = attributed(false, examplePdf("pages.pdf"));
+    const RemoteValue answer = attributed(false, examplePdf("guide.pdf"));
     ASSERT_TRUE(answer && answer->dictionary());
     const Dictionary& result = *answer->dictionary();
     EXPECT_EQ(result.begin()->key, u"String");
@@ -97,7 +98,7 @@ TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
     EXPECT_FALSE(result.contains(u"Size"));
     EXPECT_FALSE(result.contains(u"Locked"));
 
-    const RemoteValue rich = attributed(true, examplePdf("pages.pdf"));
+    const RemoteValue rich = attributed(true, examplePdf("guide.pdf"));
     ASSERT_TRUE(rich && rich->dictionary()->find(u"String")->bytes());
     EXPECT_TRUE(rich->dictionary()->find(u"String")->bytes()->chars().starts_with("rtfd"));
 
@@ -108,7 +109,7 @@ TEST_F(HelperTest, TextOfPdfComesOutOfTheWorker) {
 }
 
 TEST_F(HelperTest, WhatIsNoPdfGivesNilAndTheServiceGoesOn) {
-    const Bytes good = examplePdf("pages.pdf");
+    const Bytes good = examplePdf("guide.pdf");
     const Bytes bad[] = {Bytes(), Bytes::copyOf("%PDF-1.7\n"), Bytes::copyOf("hello"),
                          Bytes(std::vector<std::byte>(1 << 20, std::byte{0xFF}))};
     for (const Bytes& bytes : bad) EXPECT_EQ(attributed(false, bytes), std::nullopt);
@@ -118,15 +119,15 @@ TEST_F(HelperTest, WhatIsNoPdfGivesNilAndTheServiceGoesOn) {
 TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
     std::vector<std::byte> huge(300'000'000, std::byte{'x'});
     EXPECT_EQ(attributed(false, Bytes(std::move(huge))), std::nullopt);
-    EXPECT_TRUE(attributed(false, examplePdf("pages.pdf")));
+    EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
 }
 
 TEST_F(HelperTest, WorkerKilledUnderTheServiceIsStartedAgain) {
-    ASSERT_TRUE(attributed(false, examplePdf("pages.pdf")));
+    ASSERT_TRUE(attributed(false, examplePdf("guide.pdf")));
     const std::vector<pid_t> workers = test::childrenOf(helper_.pid());
     ASSERT_EQ(workers.size(), 1U);
     kill(workers[0], SIGKILL);
-    EXPECT_TRUE(attributed(false, examplePdf("pages.pdf")));
+    EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
 }
 
 TEST_F(HelperTest, SecondServiceRunsOnWithoutTheName) {
@@ -149,21 +150,21 @@ TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
 
 TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     const std::string socket = "unix:path=" + folder_.path() + "/CorvyStackHelper64.1";
-    for (const char* tool : {"busctl", "gdbus", "python3"}) {
+    for (const char* tool : {"busctl", "gdbus", "/usr/bin/python3"}) {
         if (outputOf(std::string("command -v ") + tool).empty()) GTEST_SKIP() << "no " << tool;
     }
     const std::string listing =
-        outputOf("busctl --address=" + socket +
-                 " introspect org.corvystack /CorvyStackHelper 2>&1 | "
-                 "grep -A100 org.corvystack.ImExport1 | grep -c ' method '");
+        outputOf("busctl --address=" + socket + " introspect :1.0 /CorvyStackHelper 2>&1 | " +
+                 "awk '$2 == \"interface\" { ours = $1 == \"org.corvystack.ImExport1\" } " +
+                 "ours && $2 == \"method\"' | wc -l");
     EXPECT_EQ(listing, "10\n");
     EXPECT_EQ(outputOf("gdbus call --address " + socket +
                        " --dest :1.0 --object-path /CorvyStackHelper --method "
                        "org.corvystack.ImExport1.SupportsFile \"[<'/etc/hostname'>]\" 2>&1"),
               "(false,)\n");
-    const std::string python =
-        outputOf("python3 " CORVY_TEST_DATA "/../../examples/python_client.py " CORVY_TEST_DATA
-                 "/../../examples/pages.pdf 2>&1");
+    const std::string python = outputOf("/usr/bin/python3 " CORVY_TEST_DATA
+                                        "/../../examples/python_client.py " CORVY_TEST_DATA
+                                        "/../../examples/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
 }
 
@@ -187,6 +188,29 @@ TEST(Helper, TellsTheServiceManagerThatItIsReady) {
     EXPECT_EQ(std::string(message, length > 0 ? static_cast<std::size_t>(length) : 0), "READY=1");
     // Ready means registered.
     EXPECT_TRUE(platform::rootProxyForConnectionWithRegisteredName(kCorvyStackHelperName));
+}
+
+TEST(Helper, PrivateOneEndsWithItsOwner) {
+    const test::TemporaryFolder folder;
+    const std::string runtime = folder.file("runtime");
+    std::filesystem::create_directory(runtime);
+    chmod(runtime.c_str(), 0700);
+    setenv("CORVYSTACK_RUNTIME_DIR", runtime.c_str(), 1);
+    char program[] = "/bin/sleep", duration[] = "60";
+    char* arguments[] = {program, duration, nullptr};
+    pid_t owner = -1;
+    ASSERT_EQ(posix_spawn(&owner, program, nullptr, nullptr, arguments, environ), 0);
+    setenv("CORVYSTACK_OWNER", std::to_string(owner).c_str(), 1);
+    const HelperProcess helper;
+    unsetenv("CORVYSTACK_OWNER");
+    EXPECT_TRUE(HelperProcess::connect());
+    EXPECT_TRUE(helper.runs());
+
+    kill(owner, SIGKILL);
+    waitpid(owner, nullptr, 0);
+    EXPECT_TRUE(test::eventually([&helper] { return !helper.runs(); }));
+    EXPECT_FALSE(std::filesystem::exists(runtime));
+    unsetenv("CORVYSTACK_RUNTIME_DIR");
 }
 
 }  // namespace

@@ -114,7 +114,7 @@ private:
 
     void connect(Clock::time_point deadline);
     Message newCall(const std::string& object, const char* interface, const char* member);
-    Message transact(const Message& request, Clock::time_point requestDeadline);
+    Message transact(Message request, Clock::time_point requestDeadline);
     void runUntil(Clock::time_point deadline);
     void throwIfError(sd_bus_message* reply) const;
 
@@ -201,12 +201,13 @@ void SocketProxy::runUntil(Clock::time_point deadline) {
     fail(result, "Connection");
 }
 
-Message SocketProxy::transact(const Message& request, Clock::time_point requestDeadline) {
+Message SocketProxy::transact(Message request, Clock::time_point requestDeadline) {
     Answer answer;
     sd_bus_slot* made = nullptr;
     constexpr auto kNever = std::numeric_limits<std::uint64_t>::max();
     check(sd_bus_call_async(bus_.get(), &made, request.get(), take, &answer, kNever), "Request");
     const Slot slot(made);  // an answer that comes after it has gone is dropped
+    request.reset();        // with its copies of large arguments, once it has been sent
 
     std::uint64_t unsent = 0;
     while (!answer.arrived) {
@@ -323,8 +324,7 @@ RemoteValue SocketProxy::call(std::string_view selector, std::vector<RemoteValue
         throw TransportError(Kind::protocol,
                              std::string("The arguments cannot be sent: ") + failure.what());
     }
-    const Message reply = transact(request, deadline);
-    request.reset();  // and its copies of large arguments
+    const Message reply = transact(std::move(request), deadline);
     throwIfError(reply.get());
     try {
         return std::move(wire::read(reply.get(), {&method->result, 1}).front());
@@ -337,10 +337,10 @@ Dictionary SocketProxy::status() {
     const std::string& object = objectPath();
     const Clock::time_point deadline = after(requestTimeout());
     connect(deadline);
-    const Message question = newCall(object, kProperties, "GetAll");
+    Message question = newCall(object, kProperties, "GetAll");
     check(sd_bus_message_append_basic(question.get(), 's', std::string(kStatusInterface).c_str()),
           "Request");
-    const Message reply = transact(question, deadline);
+    const Message reply = transact(std::move(question), deadline);
     throwIfError(reply.get());
     try {
         return wire::readDictionary(reply.get());

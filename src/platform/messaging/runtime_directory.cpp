@@ -41,7 +41,7 @@ Descriptor openRuntimeDirectory(const std::string& path) {
     Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     struct stat status = {};
     if (!directory || fstat(directory.get(), &status) != 0) return {};
-    const bool ours = status.st_uid == geteuid() && (status.st_mode & 07777) == 0700;
+    const bool ours = status.st_uid == geteuid() && (status.st_mode & 0777) == 0700;
     return ours ? std::move(directory) : Descriptor();
 }
 

@@ -101,8 +101,8 @@ void getAllProperties(sd_bus_message* call, const ServiceFace& face) {
             entry(kTimeoutsProperty, [&] { appendTimeouts(message, face); });
         }
         if (any || interface == kStatusInterface) {
-            for (const auto& [name, property] : face.status) {
-                entry(name, [&] { wire::appendProperty(message, property()); });
+            for (const auto& property : face.status) {
+                entry(property.first, [&] { wire::appendProperty(message, property.second()); });
             }
         }
         check(sd_bus_message_close_container(message));
