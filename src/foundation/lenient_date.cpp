@@ -179,8 +179,16 @@ bool LenientReader::readTime(int hour) {
         ++at_;
         second = *readDigits(text_, at_, 2);
         if ((at(at_) == '.' || at(at_) == ',') && isAsciiDigit(at(at_ + 1))) {
-            double unit = 1;
-            for (++at_; isAsciiDigit(at(at_)); ++at_) second += (at(at_) - '0') * (unit /= 10);
+            // Digits beyond the exactness of the number do not count.
+            double digits = 0;
+            double scale = 1;
+            constexpr double kFinest = 1e12;
+            for (++at_; isAsciiDigit(at(at_)); ++at_) {
+                if (scale == kFinest) continue;
+                digits = digits * 10 + (at(at_) - '0');
+                scale *= 10;
+            }
+            second += digits / scale;
         }
     }
     parts_.second = second;

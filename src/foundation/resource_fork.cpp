@@ -18,6 +18,12 @@ bool isSuccess(ResourceError error) {
     return error == ResourceError::none || error == ResourceError::duplicateFileName;
 }
 
+std::u16string textOf(std::string_view macRoman) {
+    const auto decoded =
+        tryToCreateStringWithEncoding(std::as_bytes(std::span(macRoman)), Encoding::kMacRoman);
+    return decoded ? decoded->text : std::u16string();
+}
+
 // One character for each of the text, so that the two units of a pair give one.
 std::string lossyAscii(std::u16string_view text) {
     std::string ascii;
@@ -58,9 +64,11 @@ std::optional<ResourceType> resourceTypeOfString(std::u16string_view text) {
 std::u16string stringOfResourceType(ResourceType type) {
     std::string bytes;
     appendBigEndian(bytes, type, kTypeLength);
-    const auto decoded =
-        tryToCreateStringWithEncoding(std::as_bytes(std::span(bytes)), Encoding::kMacRoman);
-    return decoded ? decoded->text : std::u16string();
+    return textOf(bytes);
+}
+
+std::u16string nameOfResource(const Resource& resource) {
+    return resource.name ? textOf(*resource.name) : std::u16string();
 }
 
 std::optional<ResourceFork> ResourceFork::opened(const std::string& path,

@@ -17,6 +17,8 @@ namespace corvy {
 // The type of four characters of the Mac Roman set, such as "STR#"; none for another text.
 std::optional<ResourceType> resourceTypeOfString(std::u16string_view text);
 std::u16string stringOfResourceType(ResourceType type);
+// Empty for a resource without a name.
+std::u16string nameOfResource(const Resource& resource);
 
 class ResourceFork {
 public:
