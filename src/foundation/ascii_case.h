@@ -8,7 +8,8 @@
 namespace corvy {
 
 constexpr char16_t asciiLower(char16_t unit) {
-    return static_cast<char16_t>(unit - u'A') < 26 ? static_cast<char16_t>(unit + 32) : unit;
+    const bool isUpper = static_cast<char16_t>(unit - u'A') < 26;
+    return static_cast<char16_t>(unit + (isUpper ? 32 : 0));
 }
 
 // `word` is in lower case in all of these, and not empty.

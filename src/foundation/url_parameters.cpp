@@ -6,6 +6,7 @@
 #include <span>
 
 #include "foundation/ascii_case.h"
+#include "foundation/find_unit.h"
 #include "foundation/url_simplification.h"
 
 namespace corvy {
@@ -45,8 +46,10 @@ constexpr std::u16string_view kCampaignKeys[] = {u"utm_source=",   u"utm_medium=
                                                  u"utm_content=",  u"utm_nooverride="};
 constexpr std::size_t kNoKey = std::size(kCampaignKeys);
 
+// Without branches, so that many units are looked at at once.
 bool isSeparator(char16_t unit) {
-    return unit == u'?' || unit == u'&' || unit == u';';
+    return static_cast<int>(unit == u'?') | static_cast<int>(unit == u'&') |
+           static_cast<int>(unit == u';');
 }
 
 std::u16string_view nameOf(std::u16string_view parameter) {
@@ -70,26 +73,31 @@ bool isContentNumber(std::u16string_view value) {
            std::ranges::all_of(value, [](char16_t c) { return c >= u'0' && c <= u'9'; });
 }
 
-bool containsAny(std::u16string_view address, std::span<const std::u16string_view> words) {
-    return std::ranges::any_of(words, [address](std::u16string_view word) {
-        return findAsciiNoCase(address, word) != std::u16string_view::npos;
-    });
+bool endsWithAny(std::u16string_view text, std::span<const std::u16string_view> words) {
+    return std::ranges::any_of(
+        words, [text](std::u16string_view word) { return endsWithAsciiNoCase(text, word); });
 }
 
-// The kinds that the address is of; none of them when nothing is to be taken out of it.
+// The kinds that the address is of, but for topics; none of them when nothing is to be taken out of
+// it.
 Addresses kindsOf(std::u16string_view address) {
     constexpr std::u16string_view kStaticMarks[] = {u".html?", u".htm?"};
     constexpr std::u16string_view kScriptMarks[] = {u".php?", u".asp?", u".aspx?"};
-    if (findAsciiNoCase(address, kWidgetPage) != std::u16string_view::npos) return 0;
-    if (containsAny(address, kPassagePages) ||
-        findAsciiNoCase(address, kNewsGroupHost) != std::u16string_view::npos) {
-        return kAnyAddress;
-    }
     Addresses kinds = kOtherAddress;
-    if (containsAny(address, kStaticMarks)) kinds |= kStaticPage;
-    if (containsAny(address, kScriptMarks)) kinds |= kScriptPage;
-    if (stringURLIsTopicOrThread(address)) kinds |= kTopic;
-    return kinds;
+    for (std::size_t i = findUnit(address, u'?'); i < address.size();
+         i = findUnit(address, u'?', i + 1)) {
+        const std::u16string_view page = address.substr(0, i + 1);
+        if (endsWithAny(page, kStaticMarks)) {
+            if (startsWithAsciiNoCase(address.substr(i + 1), kWidgetParameter)) return 0;
+            kinds |= kStaticPage;
+        } else if (endsWithAny(page, kScriptMarks)) {
+            kinds |= kScriptPage;
+        } else if (endsWithAny(page, kPassagePages)) {
+            kinds = kAnyAddress;
+        }
+    }
+    const bool isNews = findAsciiNoCase(address, kNewsGroupHost) != std::u16string_view::npos;
+    return isNews ? kAnyAddress : kinds;
 }
 
 bool isTrackingName(std::u16string_view name) {
@@ -122,15 +130,21 @@ struct CampaignKeys {
 
 }  // namespace
 
+bool UrlParameters::areIn(std::u16string_view address) {
+    return findUnitIf(address, isSeparator) != address.size();
+}
+
 UrlParameters::UrlParameters(std::u16string_view address) : original_(address) {
     const auto add = [this](char16_t separator, std::u16string_view text) {
         const std::size_t index = parameters_.size();
         parameters_.push_back({separator, text, index == 0 ? 0 : index - 1, index + 1});
     };
+    constexpr std::size_t kUsual = 16;
+    parameters_.reserve(kUsual);
     char16_t separator = 0;
     std::size_t start = 0;
-    for (std::size_t i = 0; i < address.size(); ++i) {
-        if (!isSeparator(address[i])) continue;
+    for (std::size_t i = findUnitIf(address, isSeparator); i < address.size();
+         i = findUnitIf(address, isSeparator, start)) {
         add(separator, address.substr(start, i - start));
         separator = address[i];
         start = i + 1;
@@ -185,7 +199,12 @@ void UrlParameters::removeSessionIDs() {
     }
     if (found.empty()) return;
     std::ranges::stable_sort(found, {}, &Found::key);
-    const Addresses kinds = kindsOf(original_);
+    Addresses kinds = kindsOf(original_);
+    const bool mayBeTopic =
+        kinds != 0 && (kinds & kTopic) == 0 && std::ranges::any_of(found, [](const Found& one) {
+            return (one.key->addresses & kTopic) != 0;
+        });
+    if (mayBeTopic && stringURLIsTopicOrThread(original_)) kinds |= kTopic;
     for (const auto& [key, index] : found) {
         const Parameter& parameter = parameters_[index];
         if (parameter.isRemoved || (key->addresses & kinds) == 0) continue;
@@ -200,6 +219,7 @@ void UrlParameters::removeSessionIDs() {
 }
 
 void UrlParameters::removeAnalytics() {
+    if (findAsciiNoCase(original_, kCampaignPrefix) == std::u16string_view::npos) return;
     std::vector<CampaignKeys> keys;
     keys.reserve(parameters_.size());
     std::uint8_t held = 0;
@@ -266,7 +286,9 @@ std::u16string UrlParameters::address() const {
 }
 
 bool stringURLIsTopicOrThread(std::u16string_view address) {
-    return containsAny(address, kTopicMarks);
+    return std::ranges::any_of(kTopicMarks, [address](std::u16string_view mark) {
+        return findAsciiNoCase(address, mark) != std::u16string_view::npos;
+    });
 }
 
 }  // namespace corvy

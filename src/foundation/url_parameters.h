@@ -16,6 +16,9 @@ public:
     // `address` must outlive the list.
     explicit UrlParameters(std::u16string_view address);
 
+    // The address has at least one.
+    static bool areIn(std::u16string_view address);
+
     void removeSessionIDs();
     void removeAnalytics();
     void removeEmptyParams();

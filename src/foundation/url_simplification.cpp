@@ -101,7 +101,7 @@ void removeIndexPage(std::u16string& text) {
 }
 
 void removeParameters(std::u16string& text, const SimplificationOptions& options) {
-    if (text.find_first_of(u"?;&") == std::u16string::npos) return;
+    if (!UrlParameters::areIn(text)) return;
     UrlParameters parameters(text);
     if (options.sessionIDs) parameters.removeSessionIDs();
     if (options.analytics) parameters.removeAnalytics();
@@ -121,6 +121,16 @@ void foldScheme(std::u16string& text) {
     } else if (startsWithAsciiNoCase(text, kHttps)) {
         text.replace(0, kHttps.size(), kHttp);
     }
+}
+
+void makeLower(std::u16string& text) {
+    const std::size_t foreign = findUnitIf(text, [](char16_t c) { return c >= 0x80; });
+    constexpr std::size_t kBlock = 16;  // units; the loop over them becomes a few vector operations
+    std::size_t i = 0;
+    for (; i + kBlock <= foreign; i += kBlock) {
+        for (std::size_t k = 0; k < kBlock; ++k) text[i + k] = asciiLower(text[i + k]);
+    }
+    for (; i < text.size(); ++i) text[i] = toLower(text[i]);
 }
 
 template <typename Step>
@@ -163,8 +173,7 @@ std::u16string simplifiedStringURLByRemovingSessionIDs(std::u16string_view addre
     }
     foldScheme(text);
     trimSuffix(text, u'/');
-    std::ranges::transform(text, text.begin(),
-                           [](char16_t c) { return c < 0x80 ? asciiLower(c) : toLower(c); });
+    makeLower(text);
     return text;
 }
 
