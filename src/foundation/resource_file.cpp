@@ -112,7 +112,7 @@ std::optional<AppleDouble> sidecarIn(const std::optional<Bytes>& contents) {
 // The first fork that is not empty.
 std::optional<Bytes> forkOf(const std::string& path) {
     if (const auto sidecar = sidecarIn(contentsOf(sidecarOf(path)))) {
-        const auto fork = sidecar->entry(AppleDouble::kResourceFork);
+        auto fork = sidecar->entry(AppleDouble::kResourceFork);
         if (fork && !fork->empty()) return fork;
     }
     if (auto fork = attributeOf(path, kForkAttribute)) return fork;

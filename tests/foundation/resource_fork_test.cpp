@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
@@ -348,6 +349,29 @@ TEST(ResourceFork, ShowsReadersTheOldOrTheNewFork) {
     EXPECT_TRUE(WIFSIGNALED(status));
     const std::string left = dataIn(file, kText, 1);
     EXPECT_EQ(left, std::string(100'000, left[0]));
+}
+
+TEST(ResourceFork, KeepsTheOldForkWhenTheDiskIsFull) {
+    const TemporaryFolder folder;
+    const std::string file = folder.path("file");
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        auto fork = ResourceFork::resourceForkForWritingAtPath(text(file));
+        bool right = fork && fork->addData(bytes("old"), kText, 1);
+        // Longer files cannot be written from here on.
+        const rlimit limit{4096, 4096};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN);
+        right = right && !fork->addData(bytes(std::string(10'000, 'x')), kText, 1) &&
+                stringOf(fork->dataForType(kText, 1)) == "old";
+        ::_exit(right ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(writer, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(dataIn(file, kText, 1), "old");
+    // No file of the attempt is left.
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 
 // The output of a Python script that reads the fork in a sidecar by a library of its own; empty

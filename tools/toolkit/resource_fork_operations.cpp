@@ -28,7 +28,7 @@ std::optional<Bytes> dataForType(Text path, Text type, std::int64_t id) {
     return address && fork ? fork->dataForType(address->type, address->id) : std::nullopt;
 }
 
-bool addData(Text path, std::optional<Bytes> data, Text type, std::int64_t id) {
+bool addData(Text path, const std::optional<Bytes>& data, Text type, std::int64_t id) {
     const auto address = addressOf(type, id);
     if (!data || !address) return false;
     auto fork = ResourceFork::resourceForkForWritingAtPath(path);
