@@ -187,20 +187,22 @@ std::optional<int> readOffset(std::string_view text, std::size_t& at) {
     if (at >= text.size() || (text[at] != '+' && text[at] != '-')) return std::nullopt;
     constexpr int kFarthest = 14;  // hours, from either side of the date line
     std::size_t end = at + 1;
-    const auto hours = readDigits(text, end, 2);
-    if (!hours || *hours > kFarthest) return std::nullopt;
+    const auto number = readDigits(text, end, 4);
+    if (!number) return std::nullopt;
+    int hours = *number;
     int minutes = 0;
-    if (end - at == 3) {
-        std::size_t minutesAt = end < text.size() && text[end] == ':' ? end + 1 : end;
-        const std::size_t start = minutesAt;
-        if (const auto read = readDigits(text, minutesAt, 2)) {
-            if (minutesAt - start != 2 || *read > 59) return std::nullopt;
-            minutes = *read;
-            end = minutesAt;
-        }
+    if (end - at > 3) {
+        minutes = hours % 100;
+        hours /= 100;
+    } else if (end < text.size() && text[end] == ':') {
+        ++end;
+        const auto read = readDigits(text, end, 2);
+        if (!read) return std::nullopt;
+        minutes = *read;
     }
-    if (end < text.size() && isAsciiDigit(text[end])) return std::nullopt;
-    const int seconds = (*hours * 60 + minutes) * 60;
+    const bool isWhole = end == text.size() || !isAsciiDigit(text[end]);
+    if (!isWhole || hours > kFarthest || minutes > 59) return std::nullopt;
+    const int seconds = (hours * 60 + minutes) * 60;
     const bool isWest = text[at] == '-';
     at = end;
     return isWest ? -seconds : seconds;

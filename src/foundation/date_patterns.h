@@ -60,7 +60,7 @@ inline bool isFoldedLetter(char c) {
 
 // Reads up to `most` digits at `at` and moves behind them; none when there is no digit.
 std::optional<int> readDigits(std::string_view text, std::size_t& at, std::size_t most);
-// Reads "+hhmm", "+hh:mm" or "+hh", either sign, as seconds and moves behind it.
+// Reads "+hhmm", "+hh:mm", "+hmm" or "+hh", either sign, as seconds and moves behind it.
 std::optional<int> readOffset(std::string_view text, std::size_t& at);
 // The same, or the name of a zone; an offset may follow GMT and UTC directly.
 std::optional<int> readZone(std::string_view text, std::size_t& at);

@@ -155,6 +155,13 @@ TEST_F(DateTest, ReadsLenientlyWhatHasNoPattern) {
         {u"Jan 15 '09", local},
         {u"15-Jan-2009", local},
         {u"Thu, 15 Jan 09 10:20:30 +0000", kMidnight + kTenTwentyThirty},
+        {u"2009-01-15T10:20:30+00:0", kMidnight + kTenTwentyThirty},
+        {u"15 Jan 2009 10:20:30 -530", kMidnight + kTenTwentyThirty + 5.5 * kHour},
+        {u"15 Jan 2009 10:20:30 +1", kMidnight + kTenTwentyThirty - kHour},
+        {u"15 Jan 2009 10:20:30 Etc/GMT", kMidnight + kTenTwentyThirty},
+        {u"Mon Jan 26 16:31:00 2004 UTC", 1075134660},
+        {u"26.1.2004, 16:31 Uhr", 1075131060},
+        {u"Thu, 05 Apr 2012 9:00:00 PM GMT", 1333659600},
         {u"15 Jan 2009 10:20:30 EST", kMidnight + kTenTwentyThirty + 5 * kHour},
         {u"Thu Jan 15 10:20:30 PST 2009", kMidnight + kTenTwentyThirty + 8 * kHour},
         {u"Thu Jan 15 10:20:30 +0100 2009", local + kTenTwentyThirty},
@@ -220,6 +227,8 @@ TEST_F(DateTest, LogsWhatItCannotRead) {
              u"a:b:c",
              u"15 Jan 2009 10:20:30:40",
              u"15 Jan 2009 10:20 FOO",
+             u"15 Jan 2009 10:20 +0160",
+             u"15 Jan 2009 10:20 +1500x",
              u"2009-01-15T10:20:30+01:00x",
          }) {
         const LogCapture log;
