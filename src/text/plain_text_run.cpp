@@ -36,22 +36,21 @@ std::u16string_view decodedRun(const PlainTextContext& page, std::u16string_view
                 run, decoded, {.markup = page.stdEntities, .nonUmlauted = page.nonUmlauted})};
 }
 
-// Everything white but the space lies in these ranges, and little else.
-constexpr bool mayBeWhite(char16_t c) {
-    return static_cast<char16_t>(c - 0x7F) <= 0xA0 - 0x7F ||
-           static_cast<char16_t>(c - 0x1680) <= 0x205F - 0x1680 || c < 0x20 || c == 0x3000 ||
-           c >= 0xFEFF;
-}
-
 constexpr std::size_t kBlock = 16;  // units; the loop over them becomes vector operations
 
 // Whether the block can be copied as it is: no white space in it but single spaces. Looks at one
-// unit more.
+// unit more. False also for blocks with other units of the ranges in which white space lies.
 bool isPlainBlock(const char16_t* units) {
+    const auto mask = [](bool holds) { return static_cast<std::uint16_t>(-holds); };
     std::uint16_t odd = 0;
     for (std::size_t i = 0; i < kBlock; ++i) {
-        const bool twoSpaces = (units[i] == u' ') & (units[i + 1] == u' ');
-        odd |= static_cast<std::uint16_t>(-(mayBeWhite(units[i]) | twoSpaces));
+        const std::uint16_t c = units[i], next = units[i + 1];
+        odd |= mask(c < 0x20);
+        odd |= mask(static_cast<std::uint16_t>(c - 0x7F) <= 0xA0 - 0x7F);
+        odd |= mask(static_cast<std::uint16_t>(c - 0x1680) <= 0x205F - 0x1680);
+        odd |= mask(c == 0x3000);
+        odd |= mask(c >= 0xFEFF);
+        odd |= mask(c == u' ') & mask(next == u' ');
     }
     return odd == 0;
 }
