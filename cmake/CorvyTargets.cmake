@@ -54,7 +54,7 @@ function(corvy_test name)
     target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}" "${CMAKE_SOURCE_DIR}/src")
     target_compile_definitions(${name} PRIVATE
         CORVY_BUILD_DIR="${CMAKE_BINARY_DIR}"
-        CORVY_TEST_DATA="${CMAKE_SOURCE_DIR}/tests/data")
+        CORVY_EXAMPLES="${CMAKE_SOURCE_DIR}/examples")
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gtest GTest::gtest_main)
     if(ARG_DEPENDS)
         add_dependencies(${name} ${ARG_DEPENDS})

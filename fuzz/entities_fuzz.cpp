@@ -1,25 +1,17 @@
 // Entities: decoding in place gives what decoding into another buffer gives, output is never ahead
 // of input, and what the encoders write decodes to what it was.
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
+#include "fuzz/fuzz_text.h"
 #include "markup/entities.h"
 
-namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-}  // namespace
+using corvy::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 1) return 0;
     const corvy::EntityOptions options{(data[0] & 1) != 0, (data[0] & 2) != 0, (data[0] & 4) != 0};
-    std::u16string text((size - 1) / 2, u'\0');
-    if (!text.empty()) std::memcpy(text.data(), data + 1, text.size() * 2);
+    const std::u16string text = corvy::fuzzText(data + 1, size - 1);
 
     // Units that lie in front of the output must be read before they are written over.
     std::u16string inPlace = text;

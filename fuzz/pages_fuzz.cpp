@@ -1,30 +1,21 @@
 // Stripping and queries: results within their bounds, and equal where two ways lead to one result.
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
+#include <string>
 #include <vector>
 
 #include "foundation/system_log.h"
+#include "fuzz/fuzz_text.h"
 #include "markup/base_url.h"
 #include "markup/file_types.h"
 #include "markup/link_queries.h"
 #include "markup/queries.h"
 #include "markup/stripping.h"
 
-namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-}  // namespace
+using corvy::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const corvy::LogCapture log;
-    // Bytes are units: the interesting ones are ASCII.
-    std::u16string html(size, u'\0');
-    std::copy_n(data, size, html.begin());
+    const std::u16string html = corvy::fuzzText(data, size);
 
     require(corvy::stripTags(html).size() <= html.size());
     for (const char16_t* name : {u"B", u"SCRIPT", u"A"}) {

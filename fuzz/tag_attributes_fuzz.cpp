@@ -1,5 +1,7 @@
 // Attribute look-ups: values lie inside the tag, and the same tag gives the same value wherever it
 // stands. The first line of the input is the name, the rest the tag.
+#include <algorithm>
+
 #include "foundation/character_tables.h"
 #include "fuzz/fuzz_text.h"
 #include "markup/tag_attributes.h"

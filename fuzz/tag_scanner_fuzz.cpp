@@ -1,4 +1,6 @@
 // The tag scanner: the same calls as the plain loop, in the order of the text and inside it.
+#include <algorithm>
+
 #include "fuzz/fuzz_text.h"
 #include "tests/markup/literal_scanner.h"
 #include "tests/markup/recorded_calls.h"

@@ -1,18 +1,14 @@
 // Addresses: the normal form is printable ASCII and its own normal form, and what a reference is
 // resolved to has a scheme.
+#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
+#include <string>
 
 #include "foundation/text.h"
 #include "foundation/url.h"
+#include "fuzz/fuzz_text.h"
 
-namespace {
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
-
-}  // namespace
+using corvy::require;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::u16string text = corvy::fromUtf8({reinterpret_cast<const char*>(data), size});

@@ -147,12 +147,10 @@ int htmlCommand(int argc, char** argv) {
         ->type_name("NAME");
     what->add_option("--bodies", options.bodies, "elements whose tag begins so, with content")
         ->type_name("PREFIX")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     what->add_option("--except", options.except, "all but such elements")
         ->type_name("PREFIX")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);
     what->add_flag("--links", options.links, "links with their text");
     what->add_flag("--objects", options.objects, "embedded objects, scripts and advertising");
     auto* tags = app.add_subcommand("tags", "list tags and texts as the scanner sees them");

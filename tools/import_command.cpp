@@ -89,6 +89,7 @@ private:
         FileImporter importer(helper, options_.settings);
         auto record = importer.import(job.file, output_.firstNumber() + job.number);
         if (!record) return std::nullopt;
+        progress_.addWork(job.file.size);
         Finished finished{.path = job.file.path,
                           .given = job.file.given,
                           .bytes = job.file.size,

@@ -43,8 +43,12 @@ std::string helperProgramPath() {
     }
     std::error_code failed;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", failed);
-    const auto beside = program.parent_path() / kHelperProgram;
-    if (!failed && access(beside.c_str(), X_OK) == 0) return beside;
+    const auto folder = program.parent_path();
+    // In the build folder both lie side by side; an installation may be moved as a whole.
+    for (const auto& candidate :
+         {folder / kHelperProgram, folder.parent_path() / "libexec/corvystack" / kHelperProgram}) {
+        if (!failed && access(candidate.c_str(), X_OK) == 0) return candidate;
+    }
     return std::filesystem::path(CORVY_LIBEXEC) / kHelperProgram;
 }
 

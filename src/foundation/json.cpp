@@ -299,11 +299,11 @@ private:
 constexpr std::string_view kBase64 =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-constexpr std::array<std::int8_t, 256> kBase64Values = [] {
-    std::array<std::int8_t, 256> values{};
+constexpr std::array<int, 256> kBase64Values = [] {
+    std::array<int, 256> values{};
     values.fill(-1);
     for (std::size_t i = 0; i < kBase64.size(); ++i) {
-        values[static_cast<unsigned char>(kBase64[i])] = static_cast<std::int8_t>(i);
+        values[static_cast<unsigned char>(kBase64[i])] = static_cast<int>(i);
     }
     return values;
 }();

@@ -181,6 +181,25 @@ Reference readStandardReference(std::u16string_view rest) {
     return {};
 }
 
+constexpr auto kIsHigh = [](char16_t c) { return c >= 0x80; };
+
+char16_t* copied(std::u16string_view run, char16_t* out) {
+    if (out != run.data()) std::char_traits<char16_t>::move(out, run.data(), run.size());
+    return out + run.size();
+}
+
+char16_t* copiedWithoutUmlauts(std::u16string_view run, char16_t* out) {
+    while (!run.empty()) {
+        const std::size_t ascii = findUnitIf(run, kIsHigh);
+        out = copied(run.substr(0, ascii), out);
+        run.remove_prefix(ascii);
+        for (; !run.empty() && kIsHigh(run.front()); run.remove_prefix(1)) {
+            *out++ = umlautsToAscii(run.front());
+        }
+    }
+    return out;
+}
+
 // Copies the text with its references, as `read` finds them, replaced.
 template <typename Read>
 std::size_t decode(std::u16string_view source, char16_t* destination, bool nonUmlauted, Read read) {
@@ -189,12 +208,7 @@ std::size_t decode(std::u16string_view source, char16_t* destination, bool nonUm
     while (true) {
         const std::size_t ampersand = findUnit(source, u'&', i);
         const std::u16string_view run = source.substr(i, ampersand - i);
-        if (nonUmlauted) {
-            out = std::transform(run.begin(), run.end(), out, umlautsToAscii);
-        } else {
-            if (out != run.data()) std::char_traits<char16_t>::move(out, run.data(), run.size());
-            out += run.size();
-        }
+        out = nonUmlauted ? copiedWithoutUmlauts(run, out) : copied(run, out);
         if (ampersand == source.size()) break;
         const Reference reference = read(source.substr(ampersand));
         const char16_t unit = reference.length ? reference.unit : u'&';
@@ -230,33 +244,26 @@ std::u16string encoded(std::u16string_view text, IsChanged isChanged, Append app
     std::u16string out;
     out.reserve(text.size() + text.size() / 8);
     std::size_t start = 0;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (!isChanged(text[i])) continue;
+    while (true) {
+        const std::size_t i = findUnitIf(text, isChanged, start);
         out += text.substr(start, i - start);
+        if (i == text.size()) return out;
         append(out, text[i]);
         start = i + 1;
     }
-    out += text.substr(start);
-    return out;
 }
 
-bool isHigh(char16_t c) {
-    return c >= 0x80;
-}
+// What JSON writes behind a backslash for each unit of ASCII; 0 for one that is copied.
+constexpr auto kJsonEscapes = [] {
+    std::array<char16_t, 0x80> escapes{};
+    escapes[u'\b'] = u'b', escapes[u'\t'] = u't', escapes[u'\n'] = u'n';
+    escapes[u'\f'] = u'f', escapes[u'\r'] = u'r';
+    for (const char16_t c : {u'"', u'/', u'\\'}) escapes[c] = c;
+    return escapes;
+}();
 
-// The letter or sign that JSON writes behind a backslash; 0 for a unit that is copied.
 constexpr char16_t jsonEscape(char16_t c) {
-    switch (c) {
-        case u'\b': return u'b';
-        case u'\t': return u't';
-        case u'\n': return u'n';
-        case u'\f': return u'f';
-        case u'\r': return u'r';
-        case u'"':
-        case u'/':
-        case u'\\': return c;
-        default: return 0;
-    }
+    return c < kJsonEscapes.size() ? kJsonEscapes[c] : u'\0';
 }
 
 }  // namespace
@@ -288,7 +295,7 @@ std::u16string stringByConvertingStandardEntitiesToCharacters(std::u16string_vie
 }
 
 std::u16string stringByConvertingCharactersToEntities(std::u16string_view text) {
-    return encoded(text, isHigh, [](std::u16string& out, char16_t unit) {
+    return encoded(text, kIsHigh, [](std::u16string& out, char16_t unit) {
         if (const Entity* entity = kReverse.entityFor(unit)) {
             out += u'&';
             out.append(entity->name.begin(), entity->name.end());
@@ -300,12 +307,12 @@ std::u16string stringByConvertingCharactersToEntities(std::u16string_view text) 
 }
 
 std::u16string stringByConvertingHighCharactersToEntities(std::u16string_view text) {
-    return encoded(text, isHigh, appendDecimalReference);
+    return encoded(text, kIsHigh, appendDecimalReference);
 }
 
 std::u16string stringByConvertingCharactersToStandardEntities(std::u16string_view text) {
     const auto isMarkup = [](char16_t c) {
-        return c == u'"' || c == u'&' || c == u'<' || c == u'>';
+        return (c == u'"') | (c == u'&') | (c == u'<') | (c == u'>');
     };
     return encoded(text, isMarkup, [](std::u16string& out, char16_t unit) {
         out += unit == u'"'   ? u"&quot;"
@@ -316,11 +323,17 @@ std::u16string stringByConvertingCharactersToStandardEntities(std::u16string_vie
 }
 
 std::u16string stringByConvertingCharactersToJSON(std::u16string_view text) {
-    const auto isEscaped = [](char16_t c) { return jsonEscape(c) != 0; };
-    return encoded(text, isEscaped, [](std::u16string& out, char16_t unit) {
-        out += u'\\';
-        out += jsonEscape(unit);
-    });
+    // Escapes are too frequent for a search between them to pay.
+    std::size_t length = text.size();
+    for (const char16_t c : text) length += jsonEscape(c) ? 1 : 0;
+    std::u16string out(length, u'\0');
+    char16_t* to = out.data();
+    for (const char16_t c : text) {
+        const char16_t escape = jsonEscape(c);
+        if (escape) *to++ = u'\\';
+        *to++ = escape ? escape : c;
+    }
+    return out;
 }
 
 }  // namespace corvy

@@ -25,7 +25,8 @@ std::vector<std::u16string> htmlEmbeddedObjects(std::u16string_view html);
 struct LinkOptions {
     bool frames = false;      // the pages in `frame` and `iframe` tags instead of the links
     bool onlyRemote = false;  // only addresses of the web
-    std::vector<std::u16string> fileTypes = {};  // only paths with one of these extensions; empty: all
+    std::vector<std::u16string> fileTypes =
+        {};  // only paths with one of these extensions; empty: all
 };
 
 // The targets of `a` and `area` tags in the order of the page, without those inside the page

@@ -115,7 +115,7 @@ bool RetrieveBaseURLHandler(const TagCall& call) {
 std::optional<Url> baseURL(std::u16string_view candidate) {
     const auto normalized = normalizedAddress(candidate);
     if (!normalized || normalized->starts_with(u'#')) return std::nullopt;
-    const auto url = URLWithNormalizedStringURL(*normalized);
+    auto url = URLWithNormalizedStringURL(*normalized);
     if (url && isRemoteWebKitURL(*url)) return url;
     systemLog(u"Invalid base: " + *normalized);
     return std::nullopt;

@@ -116,7 +116,7 @@ struct StripTagBodiesContext {
     std::span<const std::u16string> prefixes;  // in upper case
     Copier copier;
     std::u16string_view name = {};  // of the element that is removed or kept
-    std::size_t depth = 0;     // of elements of that name; 0 outside
+    std::size_t depth = 0;          // of elements of that name; 0 outside
 };
 
 // Follows the elements that match: true when the call opens or closes the outermost one, with

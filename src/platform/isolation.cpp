@@ -12,12 +12,14 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <string_view>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "foundation/text.h"
 #include "platform/descriptor.h"
@@ -30,6 +32,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+// Functions of libraries are bound once, in the warm process, not again in each of its children.
+constexpr std::string_view kBindAtStart = "LD_BIND_NOW=1";
 // How long a program may take to kill a child, or to end, before it is killed itself.
 constexpr milliseconds kConfirmTime{1000};
 // How long a program may take to start its libraries.
@@ -122,13 +126,24 @@ std::string newTemporaryFolder() {
            std::to_string(number);
 }
 
+struct Program {
+    std::string path;
+    bool network = false;
+    bool operator<(const Program& other) const {
+        return std::tie(path, network) < std::tie(other.path, other.network);
+    }
+};
+
 // -1 when it cannot be started. The program gets the null device as standard input and output, our
 // standard error, and of all other descriptors only the control socket.
-pid_t spawnProgram(const std::string& path, std::string temporaryFolder, int control) {
-    std::string name = path;
-    std::string serve = "--serve";
-    const std::array<char*, 4> arguments{name.data(), serve.data(), temporaryFolder.data(),
-                                         nullptr};
+pid_t spawnProgram(const Program& program, std::string temporaryFolder, int control) {
+    std::string name = program.path;
+    std::string mode(program.network ? kServeWithNetwork : kServe);
+    std::string binding(kBindAtStart);
+    std::vector<char*> environment;
+    for (char** entry = environ; *entry; ++entry) environment.push_back(*entry);
+    environment.insert(environment.end(), {binding.data(), nullptr});
+    const std::array<char*, 4> arguments{name.data(), mode.data(), temporaryFolder.data(), nullptr};
 
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
@@ -151,22 +166,22 @@ pid_t spawnProgram(const std::string& path, std::string temporaryFolder, int con
         &attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
 
     pid_t pid = -1;
-    const int error =
-        ::posix_spawn(&pid, path.c_str(), &files, &attributes, arguments.data(), environ);
+    const int error = ::posix_spawn(&pid, name.c_str(), &files, &attributes, arguments.data(),
+                                    environment.data());
     ::posix_spawnattr_destroy(&attributes);
     ::posix_spawn_file_actions_destroy(&files);
     return error == 0 ? pid : -1;
 }
 
-// The warm process of one family. Ends it when the last operation on it is over.
+// The warm process of one program. Ends it when the last operation on it is over.
 class Worker {
 public:
     // Null when the program cannot be started.
-    static std::shared_ptr<Worker> spawned(const std::string& path) {
+    static std::shared_ptr<Worker> spawned(const Program& program) {
         auto ends = socketPair(SOCK_SEQPACKET);
         if (!ends) return nullptr;
         const std::string folder = newTemporaryFolder();
-        const pid_t pid = spawnProgram(path, folder, ends->second.get());
+        const pid_t pid = spawnProgram(program, folder, ends->second.get());
         if (pid < 0) return nullptr;
         return std::make_shared<Worker>(pid, std::move(ends->first), folder);
     }
@@ -348,25 +363,25 @@ private:
 
 struct WorkerPool::State {
     std::string folder;
-    std::map<std::string, std::shared_ptr<Worker>> workers;
+    std::map<Program, std::shared_ptr<Worker>> workers;
 
-    // The living worker of a family, or null.
-    std::shared_ptr<Worker> running(const std::string& family) {
-        const auto found = workers.find(family);
+    // The living process of a program, or null.
+    std::shared_ptr<Worker> running(const Program& program) {
+        const auto found = workers.find(program);
         if (found == workers.end()) return nullptr;
         if (!found->second->isGone()) return found->second;
         workers.erase(found);
         return nullptr;
     }
 
-    std::shared_ptr<Worker> spawned(const std::string& family) {
-        auto worker = Worker::spawned(folder + "/corvystack-worker-" + family);
-        if (worker) workers[family] = worker;
+    std::shared_ptr<Worker> spawned(const Program& program) {
+        auto worker = Worker::spawned(program);
+        if (worker) workers[program] = worker;
         return worker;
     }
 
-    void drop(const std::string& family, const std::shared_ptr<Worker>& worker) {
-        const auto found = workers.find(family);
+    void drop(const Program& program, const std::shared_ptr<Worker>& worker) {
+        const auto found = workers.find(program);
         if (found != workers.end() && found->second == worker) workers.erase(found);
     }
 };
@@ -379,18 +394,20 @@ WorkerPool::~WorkerPool() = default;
 
 std::optional<PropertyList> WorkerPool::run(const WorkerRequest& request) {
     const Clock::time_point deadline = after(request.limits.wallSeconds);
-    auto worker = state_->running(request.family);
+    const Program program{state_->folder + "/corvystack-worker-" + request.family,
+                          request.limits.network};
+    auto worker = state_->running(program);
     bool isFresh = false;
     for (;;) {
         if (!worker) {
-            worker = state_->spawned(request.family);
+            worker = state_->spawned(program);
             isFresh = true;
         }
         if (!worker) return std::nullopt;
         Operation operation(worker, request, deadline);
         const Outcome outcome = operation.run();
         if (outcome == Outcome::answered) return std::move(operation.result);
-        if (worker->isGone() || !operation.clearAway()) state_->drop(request.family, worker);
+        if (worker->isGone() || !operation.clearAway()) state_->drop(program, worker);
         // A warm process that had died before it could begin: once more, with a new one.
         if (outcome == Outcome::failed || isFresh || !worker->isGone()) return std::nullopt;
         worker.reset();

@@ -24,7 +24,8 @@ struct WorkerLimits {
     // Bytes of its parts and its result together, as they cost the caller; also the largest file
     // that it may write.
     std::uint64_t output = std::uint64_t{1} << 30;
-    bool network = false;  // may open sockets
+    // May open sockets. A family that is asked for both has two programs running.
+    bool network = false;
 };
 
 struct WorkerRequest {
@@ -52,7 +53,8 @@ public:
     WorkerPool& operator=(const WorkerPool&) = delete;
 
     // The operation's result; none when it gave none or its process did not come through.
-    // Parts that came before count all the same.
+    // Parts that came before count all the same. What a callback throws reaches the caller, and the
+    // operation is over then.
     std::optional<PropertyList> run(const WorkerRequest& request);
 
 private:

@@ -45,17 +45,19 @@ std::u16string decodeUtf16(std::string_view bytes, bool bigEndian) {
 }
 
 void removeLanguageMarks(std::u16string& text) {
-    std::size_t start = text.find(kEscape);
-    while (start != std::u16string::npos) {
-        const std::size_t end = text.find(kEscape, start + 1);
-        if (end == std::u16string::npos) return;
-        if (end - start - 1 <= kLongestLanguage) {
-            text.erase(start, end + 1 - start);
-            start = text.find(kEscape, start);
-        } else {
-            start = end;
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == kEscape) {
+            const auto mark = std::u16string_view(text).substr(i + 1, kLongestLanguage + 1);
+            const std::size_t length = mark.find(kEscape);
+            if (length != std::u16string_view::npos) {
+                i += length + 1;
+                continue;
+            }
         }
+        text[kept++] = text[i];
     }
+    text.resize(kept);
 }
 
 // Reads fields of decimal digits from the front of a text.

@@ -123,15 +123,15 @@ private:
     }
 
     void writeText(std::u16string_view text) {
-        bool skipsNothing = false;  // "\uc0" is said once for neighbours
-        for (const char16_t unit : text) {
+        for (std::size_t i = 0; i < text.size(); ++i) {
+            const char16_t unit = text[i];
             if (unit < 0x80) {
-                skipsNothing = false;
                 writeAscii(static_cast<char>(unit));
                 continue;
             }
-            if (!skipsNothing) out_ += "\\uc0";
-            skipsNothing = true;
+            // Said for each character, although it holds until it is changed: some readers forget.
+            const bool secondOfPair = i > 0 && (unit & 0xFC00) == 0xDC00;
+            if (!secondOfPair) out_ += "\\uc0";
             number(out_, "\\u", static_cast<std::int16_t>(unit));
             out_ += ' ';
         }

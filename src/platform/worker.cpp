@@ -150,6 +150,9 @@ public:
         }
         for (const auto& [operation, child] : children_) ::kill(-child.pid, SIGKILL);
         for (const auto& [operation, child] : children_) ::waitpid(child.pid, nullptr, 0);
+        do {
+            killStrays();
+        } while (::waitpid(-1, nullptr, 0) > 0);
         removeFolder(folder_.base);
         return EXIT_SUCCESS;
     }
@@ -209,13 +212,28 @@ private:
             }
             bury(info.si_pid);
         }
+        killStrays();
         // What an orphan still wrote while it was killed.
         if (children_.empty()) removeFolder(folder_.base);
     }
 
+    // Ends what left the group of its operation; when its own parents are gone, it comes to us.
+    void killStrays() {
+        siginfo_t info{};
+        if (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0) return;  // no child at all
+        std::ifstream list("/proc/thread-self/children");
+        for (pid_t pid = 0; list >> pid;) {
+            if (find(pid) == children_.end()) ::kill(pid, SIGKILL);
+        }
+    }
+
+    std::map<std::uint64_t, Child>::iterator find(pid_t pid) {
+        return std::find_if(children_.begin(), children_.end(),
+                            [pid](const auto& entry) { return entry.second.pid == pid; });
+    }
+
     void bury(pid_t pid) {
-        const auto isPid = [pid](const auto& entry) { return entry.second.pid == pid; };
-        const auto found = std::find_if(children_.begin(), children_.end(), isPid);
+        const auto found = find(pid);
         // As long as the leader is not reaped its number stands for its group alone.
         if (found != children_.end()) ::kill(-pid, SIGKILL);
         ::waitpid(pid, nullptr, 0);
@@ -234,7 +252,9 @@ private:
     std::map<std::uint64_t, Child> children_;
 };
 
-int serve(const WorkerFamily& family, const char* temporaryFolder) {
+int serve(const WorkerFamily& family, bool network, const char* temporaryFolder) {
+    if (!confineProgram(network)) return EXIT_FAILURE;
+    ::unsetenv("LD_BIND_NOW");  // it was meant for us; what operations start is used but once
     // Errors of writing, not ends: a subprocess that left early, a file beyond its limit.
     ::signal(SIGPIPE, SIG_IGN);
     ::signal(SIGXFSZ, SIG_IGN);
@@ -254,7 +274,9 @@ int serve(const WorkerFamily& family, const char* temporaryFolder) {
 
 int workerMain(const WorkerFamily& family, int argc, char** argv) {
     const std::string_view mode = argc > 1 ? argv[1] : "";
-    if (mode == "--serve" && argc == 3) return serve(family, argv[2]);
+    if (argc == 3 && (mode == kServe || mode == kServeWithNetwork)) {
+        return serve(family, mode == kServeWithNetwork, argv[2]);
+    }
     return runWorkerOnce(family, argc, argv);
 }
 

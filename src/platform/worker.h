@@ -23,7 +23,8 @@ public:
     virtual std::string temporaryFolder() { return {}; }
 };
 
-// The result, or none. What it throws counts as none.
+// The result, or none. What it throws counts as none. Processes that it starts are killed when it
+// is over; one that shall go even if this whole program is killed sets PR_SET_PDEATHSIG itself.
 using WorkerOperation =
     std::function<std::optional<PropertyList>(const Dictionary& arguments, WorkerChannel& channel)>;
 

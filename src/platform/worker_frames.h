@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include "foundation/property_list.h"
@@ -16,6 +16,9 @@
 
 namespace corvy::platform {
 
+// How a pool starts a program; the folder for temporary files follows.
+inline constexpr std::string_view kServe = "--serve";
+inline constexpr std::string_view kServeWithNetwork = "--serve-with-network";
 // The control socket of a program that was started by a pool.
 inline constexpr int kControlDescriptor = 3;
 

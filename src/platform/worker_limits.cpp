@@ -85,29 +85,25 @@ private:
     std::vector<sock_filter> code_;
 };
 
-bool filterCalls(bool network) {
+}  // namespace
+
+bool confineProgram(bool network) {
+    // A limit of 1, unlike 0, also keeps a core from being piped to a crash handler.
+    constexpr rlim_t kNoCore = 1;
+    if (!limit(RLIMIT_CORE, kNoCore) || ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return false;
+    if (network) return true;
     Filter filter;
-    // Whoever stays in the group is found and killed with it.
-    filter.deny(SYS_setsid, EPERM);
-    filter.deny(SYS_setpgid, EPERM);
-    if (!network) {
-        filter.deny(SYS_socket, EACCES);
-        filter.deny(SYS_io_uring_setup, EACCES);  // opens sockets without the call above
-    }
+    filter.deny(SYS_socket, EACCES);
+    filter.deny(SYS_io_uring_setup, EACCES);  // opens sockets without the call above
     return filter.install();
 }
 
-}  // namespace
-
 bool applyWorkerLimits(const WorkerLimits& limits) {
     const double seconds = std::clamp(std::ceil(limits.cpuSeconds), 1.0, 1e9);
-    // A limit of 1, unlike 0, also keeps a core from being piped to a crash handler.
-    constexpr rlim_t kNoCore = 1;
     // The sanitizer's shadow is larger than any limit that means something.
     return (kAddressSanitizer || limit(RLIMIT_AS, limits.addressSpace)) &&
            limit(RLIMIT_CPU, static_cast<rlim_t>(seconds)) && limit(RLIMIT_FSIZE, limits.output) &&
-           limit(RLIMIT_CORE, kNoCore) && ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 &&
-           ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && filterCalls(limits.network);
+           ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0;
 }
 
 }  // namespace corvy::platform

@@ -1,14 +1,17 @@
-// What binds a child that runs an operation, and every process that it starts.
+// What binds a worker program, its children, and every process that they start.
 #pragma once
 
 #include "platform/isolation.h"
 
 namespace corvy::platform {
 
-// For the calling process, which has just been forked and has one thread: address space, processor
-// time, size of files, no core file, no new privileges, no sockets (but pairs) unless the limits
-// allow them, no way out of its process group. It dies with its parent. False when the system
-// refuses any of it; the operation must not run then.
+// For a whole program, before it does anything: no core files, no new privileges, and no sockets
+// (but pairs) unless it may use the network. Once for all children, since setting the filter up
+// costs as much as a fork. False when the system refuses any of it.
+bool confineProgram(bool network);
+
+// For a child that has just been forked: address space, processor time, size of files; and it dies
+// with its parent. False when the system refuses any of it; the operation must not run then.
 bool applyWorkerLimits(const WorkerLimits& limits);
 
 }  // namespace corvy::platform

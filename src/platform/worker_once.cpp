@@ -5,8 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <string_view>
+#include <system_error>
+#include <vector>
 
 #include "foundation/json.h"
 #include "foundation/text.h"
@@ -55,9 +56,18 @@ private:
 std::optional<Bytes> bytesOfFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) return std::nullopt;
-    std::ostringstream content;  // in blocks; one by one is slower than reading a small PDF
-    content << file.rdbuf();
-    return Bytes::copyOf(content.view());
+    std::error_code unknown;  // a pipe has no size
+    const auto size = std::filesystem::file_size(path, unknown);
+    std::vector<std::byte> content((unknown ? 0 : size) + 1);
+    std::size_t length = 0;
+    while (file) {
+        if (length == content.size()) content.resize(2 * length);
+        file.read(reinterpret_cast<char*>(content.data()) + length,
+                  static_cast<std::streamsize>(content.size() - length));
+        length += static_cast<std::size_t>(file.gcount());
+    }
+    content.resize(length);
+    return Bytes(std::move(content));
 }
 
 // None for a file that cannot be read.

@@ -36,11 +36,12 @@ void endWithOwner(const std::string& name) {
     if (owner <= 0) return;
     // A number alone could be given to another process; the descriptor stays with this one.
     const auto descriptor = static_cast<int>(syscall(SYS_pidfd_open, owner, 0));
-    auto* context = new std::string(name);  // as long as the process
+    static std::string context;  // for the callback, which runs after this function
+    context = name;
     if (descriptor >= 0) {
-        g_unix_fd_add(descriptor, G_IO_IN, ownerIsGone, context);
+        g_unix_fd_add(descriptor, G_IO_IN, ownerIsGone, &context);
     } else if (errno == ESRCH) {
-        ownerIsGone(-1, G_IO_IN, context);
+        ownerIsGone(-1, G_IO_IN, &context);
     }
 }
 

@@ -1,4 +1,6 @@
 // The worker program that reads PDF documents.
+#include <malloc.h>
+
 #include "foundation/text_cleanup.h"
 #include "platform/pdf_document.h"
 #include "platform/worker.h"
@@ -7,7 +9,13 @@
 
 namespace {
 
+constexpr int kRoom = 16 << 20;  // bytes
+
 void initialise() {
+    // A child lives for one document: memory that it has once got is kept, and got in large pieces.
+    mallopt(M_TOP_PAD, kRoom);
+    mallopt(M_TRIM_THRESHOLD, 4 * kRoom);
+    mallopt(M_MMAP_THRESHOLD, kRoom);
     corvy::platform::preparePdfLibrary();
     // Loads the tables of composition.
     corvy::fixedAndNormalizedString(u"e\x0301");

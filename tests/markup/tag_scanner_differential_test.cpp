@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <span>
 
 #include "foundation/text.h"
 #include "tests/markup/literal_scanner.h"

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <span>
 #include <stdexcept>
 
 #include "foundation/system_log.h"

@@ -4,6 +4,7 @@
 #include <PDFDoc.h>
 #include <TextOutputDev.h>
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <chrono>
 
@@ -47,6 +48,14 @@ std::vector<std::u16string> stockTextsOf(const std::string& pdf) {
         texts.push_back(fromUtf8(text));
     }
     return texts;
+}
+
+std::string deflated(const std::string& bytes) {
+    std::string out(bytes.size() + 100, '\0');
+    uLongf size = out.size();
+    compress(reinterpret_cast<Bytef*>(out.data()), &size,
+             reinterpret_cast<const Bytef*>(bytes.data()), bytes.size());
+    return out.substr(0, size);
 }
 
 TEST(PdfDocument, ReadsTextAndBoxes) {
@@ -157,6 +166,17 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
     const std::string withForm =
         "<</Font<</F2 " + reference(y) + ">>/XObject<</X " + reference(form) + ">>>>";
 
+    const std::string deflate = "/Filter/FlateDecode";
+    std::string cutShort = deflated(showText("a22"));
+    cutShort.resize(cutShort.size() - 4);  // the check sum
+    std::string damaged = deflated(showText("a23"));
+    damaged.back() ^= 1;  // its check sum
+    std::string rows;     // of four bytes, each as it is
+    for (const char c : showText("a24") + "  ") {
+        if (rows.size() % 5 == 0) rows += '\0';
+        rows += c;
+    }
+
     const std::pair<PdfPage, const char16_t*> pages[] = {
         {{showText("a1"), f1x}, u"X1"},
         {{showText("a2", "F2"), both}, u"Y2"},
@@ -167,6 +187,8 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
         {{showText("a7"), f1x, "/MediaBox[0 0 200 720]"}, u"X7"},
         {{showText("a8"), f1x, "/Rotate 90"}, u"X8"},
         {{showText("a9"), f1x}, u"X9"},
+        // Text that begins nowhere begins at the corner of the page.
+        {{"/F1 12 Tf (a) Tj BT 9 0 Td (9) Tj ET", f1x}, u"X9"},
         {{"q q BT /F1 12 Tf 3 0 0 3 50 50 Tm (a10) Tj", f1x}, u"X10"},  // leaves all open
         {{"BT /F1 12 Tf 10 400 Td (a11) Tj ET", f1x}, u"X11"},
         {{showText("a12") + " /OC /H BDC " + showText("gone"), hidden}, u"X12"},  // no EMC
@@ -180,11 +202,18 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
         {{"(broken", f1x}, u""},
         {{showText("a18") + " W", f1x}, u"X18"},
         {{"0 0 m 10 10 l S " + showText("a19", "F2"), withForm}, u"Y19"},
+        {{deflated(showText("a20")), f1x, "", deflate}, u"X20"},
+        {{deflated(showText("a21")) + "more", f1x, "", deflate}, u"X21"},
+        {{cutShort, f1x, "", deflate}, u"X22"},
+        {{damaged, f1x, "", deflate}, u"X23"},
+        {{deflated(rows), f1x, "", deflate + "/DecodeParms<</Predictor 12/Columns 4>>"}, u"X24"},
+        {{deflated(deflated(showText("a25"))), f1x, "", "/Filter[/FlateDecode/FlateDecode]"},
+         u"X25"},
     };
     std::string kids;
     std::vector<std::u16string> expected;
     for (const auto& [page, text] : pages) {
-        const int content = builder.addStream(page.content);
+        const int content = builder.addStream(page.content, page.streamEntries);
         kids += reference(builder.add("<</Type/Page/Parent 2 0 R/Contents " + reference(content) +
                                       "/Resources" + page.resources + page.entries + ">>")) +
                 " ";
@@ -198,7 +227,7 @@ TEST(PdfDocument, PagesReadTogetherGiveWhatTheyGiveAlone) {
 
     // In another order, too.
     auto document = PdfDocument::open(bytesOf(pdf));
-    for (const std::size_t i : {8U, 2U, 1U, 3U, 4U, 0U, 21U}) {
+    for (const std::size_t i : {8U, 2U, 1U, 3U, 4U, 0U, 22U}) {
         EXPECT_EQ(document->textOfPage(i), expected[i]) << i;
     }
 }
@@ -211,7 +240,7 @@ TEST(PdfDocument, KeepsStylesInAttributedText) {
         "<</Type/Page/Parent 2 0 R/Contents 5 0 R/Resources<</Font<</A 6 0 R/B 7 0 R>>>>>>");
     builder.add("<</Type/Page/Parent 2 0 R/Resources<<>>>>");
     builder.addStream(
-        "BT /A 12 Tf 20 200 Td (One ) Tj /B 12 Tf 1 0 0 rg (two) Tj ET "
+        "/P BMC BT /A 12 Tf 20 200 Td (One ) Tj /B 12 Tf 1 0 0 rg (two) Tj ET "
         "BT /A 24 Tf 20 100 Td (three) Tj ET");
     builder.add("<</Type/Font/Subtype/Type1/BaseFont/ABCDEF+Times-BoldItalic>>");
     builder.add("<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>");

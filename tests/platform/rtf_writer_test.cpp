@@ -43,7 +43,7 @@ TEST(RtfWriter, WritesTheWholeDocument) {
               "{\\*\\expandedcolortbl;;\\cssrgb\\c100000\\c0\\c20000;}\n"
               "\\pard\\pardirnatural\\partightenfactor0\n"
               "\n\\f0\\b\\fs36 \\cf0 A \\{b\\}\\\\\\\n"
-              "\n\\f1\\i\\b0\\fs20 \\uc0\\u8364 \\u233  \\uc0\\u-10179 \\u-8704 \\tab "
+              "\n\\f1\\i\\b0\\fs20 \\uc0\\u8364 \\uc0\\u233  \\uc0\\u-10179 \\u-8704 \\tab "
               "\n\\cf2 red"
               "\n\\f0\\i0 end}");
 }

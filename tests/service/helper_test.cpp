@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -37,7 +38,7 @@ Bytes contentsOf(const std::string& path) {
 }
 
 Bytes examplePdf(const std::string& name) {
-    return contentsOf(CORVY_TEST_DATA "/../../examples/" + name);
+    return contentsOf(CORVY_EXAMPLES "/" + name);
 }
 
 class HelperTest : public testing::Test {
@@ -116,6 +117,57 @@ TEST_F(HelperTest, WhatIsNoPdfGivesNilAndTheServiceGoesOn) {
     EXPECT_TRUE(attributed(false, good));
 }
 
+// A hundred broken relatives of one document, while another client is being served.
+TEST_F(HelperTest, BrokenDocumentsNeitherEndNorBlockTheService) {
+    const std::string good(examplePdf("guide.pdf").chars());
+    std::vector<std::string> documents;
+    for (std::size_t i = 1; i < 40; ++i) documents.push_back(good.substr(0, good.size() * i / 40));
+    for (std::size_t i = 0; i < 60; ++i) {
+        documents.push_back(good);
+        // Digits become other digits, so that lengths, references and offsets go astray.
+        for (std::size_t at = i; at < good.size(); at += 60) {
+            char& byte = documents.back()[at];
+            byte = byte >= '0' && byte <= '9' ? static_cast<char>('9' - (byte - '0')) : byte;
+        }
+    }
+
+    std::atomic<bool> done = false;
+    std::atomic<int> served = 0;
+    std::thread second([&] {
+        const auto other = HelperProcess::connect();
+        while (other && !done) {
+            served += other->call("supportsFile:", {PropertyList(u"/")}) == PropertyList(false);
+        }
+    });
+    int read = 0;
+    for (const std::string& document : documents) {
+        const RemoteValue answer = attributed(false, Bytes::copyOf(document));
+        read += answer && answer->dictionary() && answer->dictionary()->contains(u"String");
+    }
+    done = true;
+    second.join();
+    EXPECT_GT(read, 20);  // much can be repaired
+    EXPECT_GT(served, 0);
+    EXPECT_TRUE(helper_.runs());
+    EXPECT_TRUE(attributed(false, Bytes::copyOf(good)));
+}
+
+TEST_F(HelperTest, DeathInMidCallIsALostConnection) {
+    std::thread killer([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        helper_.signal(SIGSTOP);  // so that the call is surely under way
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        helper_.signal(SIGKILL);
+    });
+    const Bytes pdf = examplePdf("guide.pdf");
+    try {
+        while (true) attributed(false, pdf);
+    } catch (const TransportError& error) {
+        EXPECT_EQ(error.kind(), TransportError::Kind::connectionLost);
+    }
+    killer.join();
+}
+
 TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
     std::vector<std::byte> huge(300'000'000, std::byte{'x'});
     EXPECT_EQ(attributed(false, Bytes(std::move(huge))), std::nullopt);
@@ -150,21 +202,20 @@ TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
 
 TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     const std::string socket = "unix:path=" + folder_.path() + "/CorvyStackHelper64.1";
-    for (const char* tool : {"busctl", "gdbus", "python3"}) {
+    for (const char* tool : {"busctl", "gdbus", "/usr/bin/python3"}) {
         if (outputOf(std::string("command -v ") + tool).empty()) GTEST_SKIP() << "no " << tool;
     }
     const std::string listing =
-        outputOf("busctl --address=" + socket +
-                 " introspect org.corvystack /CorvyStackHelper 2>&1 | "
-                 "grep -A100 org.corvystack.ImExport1 | grep -c ' method '");
+        outputOf("busctl --address=" + socket + " introspect :1.0 /CorvyStackHelper 2>&1 | " +
+                 "awk '$2 == \"interface\" { ours = $1 == \"org.corvystack.ImExport1\" } " +
+                 "ours && $2 == \"method\"' | wc -l");
     EXPECT_EQ(listing, "10\n");
     EXPECT_EQ(outputOf("gdbus call --address " + socket +
                        " --dest :1.0 --object-path /CorvyStackHelper --method "
                        "org.corvystack.ImExport1.SupportsFile \"[<'/etc/hostname'>]\" 2>&1"),
               "(false,)\n");
-    const std::string python =
-        outputOf("python3 " CORVY_TEST_DATA "/../../examples/python_client.py " CORVY_TEST_DATA
-                 "/../../examples/guide.pdf 2>&1");
+    const std::string python = outputOf("/usr/bin/python3 " CORVY_EXAMPLES
+                                        "/python_client.py " CORVY_EXAMPLES "/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
 }
 

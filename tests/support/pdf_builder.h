@@ -141,6 +141,7 @@ struct PdfPage {
     // Empty: F1 is Helvetica.
     std::string resources = "";
     std::string entries = "";
+    std::string streamEntries = "";
 };
 
 // A document of the given pages, with an information dictionary when `info` is not empty.
@@ -151,7 +152,7 @@ inline std::string pdfOf(const std::vector<PdfPage>& pages, const std::string& i
     const int font = builder.add("<</Type/Font/Subtype/Type1/BaseFont/Helvetica>>");
     std::string kids;
     for (const PdfPage& page : pages) {
-        const int content = builder.addStream(page.content);
+        const int content = builder.addStream(page.content, page.streamEntries);
         const std::string resources =
             page.resources.empty() ? "<</Font<</F1 " + reference(font) + ">>>>" : page.resources;
         kids += reference(builder.add("<</Type/Page/Parent 2 0 R/Contents " + reference(content) +

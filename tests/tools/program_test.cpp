@@ -242,7 +242,7 @@ TEST_F(ProgramTest, ImportsTextsWithoutAHelper) {
 // A long run over many PDF documents, into a folder, which the test disturbs.
 class DisturbedImport : public ProgramTest {
 protected:
-    static constexpr std::size_t kFiles = 1500;
+    static constexpr std::size_t kFiles = 600;
 
     void SetUp() override {
         const std::string first = folder_.write("in/0.pdf", pdf_);
@@ -277,7 +277,7 @@ protected:
 };
 
 TEST_F(DisturbedImport, MarksTheFileOnWhichTheHelperHangs) {
-    Program program(arguments({"--jobs", "1", "--timeout", "1"}));
+    Program program(arguments({"--jobs", "1", "--timeout", "3"}));
     const pid_t helper = helperAtWork(program);
     ASSERT_GT(helper, 0);
     kill(helper, SIGSTOP);

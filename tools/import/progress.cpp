@@ -32,7 +32,8 @@ std::string countText(std::uint64_t count, std::string_view noun) {
 }
 
 std::string durationText(double seconds) {
-    if (seconds < 60) return format(seconds < 1 ? "%.3f s" : seconds < 10 ? "%.1f s" : "%.0f s", seconds);
+    if (seconds < 1) return format("%.3f s", seconds);
+    if (seconds < 60) return format(seconds < 10 ? "%.1f s" : "%.0f s", seconds);
     const auto whole = static_cast<long>(std::lround(seconds));
     char text[64];
     if (whole < 3600) {
@@ -120,11 +121,11 @@ double Progress::seconds() const {
 
 std::string Progress::barLine() const {
     const double passed = seconds();
-    const auto files = static_cast<double>(files_), bytes = static_cast<double>(bytes_);
-    const std::uint64_t expected = expectedFiles_;
+    const std::uint64_t worked = worked_, expected = expectedFiles_;
+    const auto files = static_cast<double>(worked), bytes = static_cast<double>(workedBytes_);
     std::string line;
     if (expected == 0) {
-        line = countText(files_, "file");
+        line = countText(worked, "file");
     } else {
         // Half by files and half by bytes: small files cost by their number, large by their size.
         const auto allBytes = static_cast<double>(expectedBytes_);
@@ -135,8 +136,11 @@ std::string Progress::barLine() const {
         const int filled = static_cast<int>(share * kBarWidth);
         line = "[" + std::string(static_cast<std::size_t>(filled), '#') +
                std::string(static_cast<std::size_t>(kBarWidth - filled), '.') + "] " +
-               std::to_string(files_) + "/" + std::to_string(expected);
-        if (share > 0.02) line += ", " + durationText(passed / share - passed) + " left";
+               std::to_string(worked) + "/" + std::to_string(expected);
+        const double left = std::ceil(passed / share - passed);
+        if (share > 0.02) {
+            line += ", " + (left < 60 ? format("%.0f s", left) : durationText(left)) + " left";
+        }
     }
     line += ", " + amountText(bytes) + ", " + rateText(files, bytes, passed);
     if (failures_ > 0) line += ", " + countText(failures_, "failure");

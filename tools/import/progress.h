@@ -20,7 +20,12 @@ public:
     // Files and bytes to come, as far as they are counted; from any thread.
     void expect(std::uint64_t files, std::uint64_t bytes);
 
-    // A file is done. A failure is told at once.
+    // Work on a file is done, though its record may have to wait for others; from any thread.
+    void addWork(std::uint64_t bytes) {
+        worked_ += 1;
+        workedBytes_ += bytes;
+    }
+    // A file has its record. A failure is told at once.
     void add(const Finished& file);
     // Draws what has changed; cheap when called often.
     void pulse();
@@ -52,6 +57,8 @@ private:
     std::uint64_t failures_ = 0;
     bool givenFailed_ = false;
     std::map<std::string_view, std::uint64_t> errors_;
+    std::atomic<std::uint64_t> worked_ = 0;  // files
+    std::atomic<std::uint64_t> workedBytes_ = 0;
     std::atomic<std::uint64_t> expectedFiles_ = 0;
     std::atomic<std::uint64_t> expectedBytes_ = 0;
 };

@@ -76,7 +76,8 @@ std::string timeText(const timespec& time) {
 }
 
 bool isRemark(std::string_view error) {
-    return error == "empty" || error == "noText" || error == "specialFile" || error == "linkToFolder";
+    return error == "empty" || error == "noText" || error == "specialFile" ||
+           error == "linkToFolder";
 }
 
 bool isPassing(std::string_view error) {

@@ -63,6 +63,7 @@ std::u16string cutInside(std::u16string_view tag, std::size_t width) {
     std::u16string line = inOneLine(tag, width);
     if (line.size() <= width) return line;
     line.resize(width - kTagTail - kEllipsis.size());
+    if (line.ends_with(u' ')) line.pop_back();
     line += kEllipsis;
     return line += inOneLine(tag.substr(tag.size() - kTagTail), kTagTail);
 }

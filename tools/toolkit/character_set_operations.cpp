@@ -27,7 +27,8 @@ constexpr Operation kOperations[] = {
         const MarkupData data = markupData(markup);
         return Reply{Bytes::copyOf(data.bytes), {{u"encoding", resultOf(data.encoding)}}};
     }>("markupData:"),
-    function<[](const Bytes& bytes, OptionalText name, Encoding encoding, std::optional<Url>) {
+    function<[](const Bytes& bytes, OptionalText name, Encoding encoding,
+                const std::optional<Url>&) {
         return stringWithMarkupData(bytes, {.encodingName = name, .defaultEncoding = encoding});
     }>("stringWithMarkupData:encodingName:defaultEncoding:URL:"),
     function<[](const Bytes& bytes, Encoding encoding) {

@@ -49,8 +49,9 @@ constexpr Operation kOperations[] = {
     method<htmlImages>("htmlImages"),
     method<htmlStylesheetsAndScripts>("htmlStylesheetsAndScripts"),
     method<htmlEmbeddedObjects>("htmlEmbeddedObjects"),
-    method<[](Text html, std::optional<Url> baseURL) { return htmlLinksBaseURL(html, baseURL); }>(
-        "htmlLinksBaseURL:"),
+    method<[](Text html, const std::optional<Url>& baseURL) {
+        return htmlLinksBaseURL(html, baseURL);
+    }>("htmlLinksBaseURL:"),
     method<stringBySettingBaseURL>("stringBySettingBaseURL:"),
     method<stringByAddingBaseURL>("stringByAddingBaseURL:"),
     function<[] { return listed(HTMLFileTypes()); }>("HTMLFileTypes"),
