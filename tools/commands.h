@@ -15,6 +15,9 @@ int importCommand(int argc, char** argv);
 int pdfCommand(int argc, char** argv);
 // html_commands.cpp
 int htmlCommand(int argc, char** argv);
+// plain_text_commands.cpp
+int textCommand(int argc, char** argv);
+int errorPageCommand(int argc, char** argv);
 // text_commands.cpp
 int entitiesCommand(int argc, char** argv);
 int charsetCommand(int argc, char** argv);

@@ -20,8 +20,9 @@ OperationIndex indexOfOperations() {
     OperationIndex index;
     for (const auto table :
          {scannerOperations, attributeOperations, entityOperations, queryOperations,
-          strippingOperations, characterOperations, characterSetOperations, addressOperations,
-          urlSimplificationOperations, dateOperations, resourceForkOperations, settingOperations}) {
+          strippingOperations, plainTextOperations, errorPageOperations, characterOperations,
+          characterSetOperations, addressOperations, urlSimplificationOperations, dateOperations,
+          resourceForkOperations, settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;

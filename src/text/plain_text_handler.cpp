@@ -1,0 +1,387 @@
+#include "text/plain_text_handler.h"
+
+#include <cstdint>
+
+#include "foundation/text.h"
+#include "markup/tag_predicates.h"
+#include "text/plain_text_run.h"
+
+namespace corvy {
+
+namespace {
+
+// The tags that mean something, those that mean the same as one.
+enum class Tag : std::uint8_t {
+    other,
+    anchor,
+    block,  // p, hr, blockquote
+    body,
+    cell,  // td, th
+    code,  // code, cite
+    div,
+    font,
+    head,
+    heading,  // h0 to h9
+    iframe,
+    image,
+    input,
+    line,  // br, li, ol, ul, dd, dl, dt
+    marquee,
+    noframes,
+    noscript,
+    option,
+    preformatted,  // pre, plaintext
+    row,
+    select,
+    table,
+    textarea,
+    title,
+};
+
+// A name of up to eight characters as one number.
+constexpr std::uint64_t key(std::string_view name) {
+    std::uint64_t key = 0;
+    for (const char c : name) key = key << 8 | static_cast<std::uint8_t>(c);
+    return key;
+}
+constexpr std::size_t kLongestKey = 8;
+
+bool equalsAscii(std::u16string_view name, std::u16string_view lowerCaseName) {
+    return std::equal(name.begin(), name.end(), lowerCaseName.begin(), lowerCaseName.end(),
+                      [](char16_t a, char16_t b) { return (a | (a <= u'Z' ? 0x20 : 0)) == b; });
+}
+
+Tag tagNamed(std::u16string_view name) {
+    if (name.size() > kLongestKey) {
+        return equalsAscii(name, u"plaintext")    ? Tag::preformatted
+               : equalsAscii(name, u"blockquote") ? Tag::block
+                                                  : Tag::other;
+    }
+    std::uint64_t letters = 0;
+    for (const char16_t c : name) {
+        if (c >= 0x80) return Tag::other;
+        const bool isUpper = c >= u'A' && c <= u'Z';
+        letters = letters << 8 | c | (isUpper ? 0x20U : 0U);
+    }
+    switch (letters) {
+        case key("a"): return Tag::anchor;
+        case key("p"):
+        case key("hr"): return Tag::block;
+        case key("br"):
+        case key("li"):
+        case key("ol"):
+        case key("ul"):
+        case key("dd"):
+        case key("dl"):
+        case key("dt"): return Tag::line;
+        case key("tr"): return Tag::row;
+        case key("td"):
+        case key("th"): return Tag::cell;
+        case key("h0"):
+        case key("h1"):
+        case key("h2"):
+        case key("h3"):
+        case key("h4"):
+        case key("h5"):
+        case key("h6"):
+        case key("h7"):
+        case key("h8"):
+        case key("h9"): return Tag::heading;
+        case key("div"): return Tag::div;
+        case key("img"): return Tag::image;
+        case key("pre"): return Tag::preformatted;
+        case key("body"): return Tag::body;
+        case key("cite"):
+        case key("code"): return Tag::code;
+        case key("font"): return Tag::font;
+        case key("head"): return Tag::head;
+        case key("input"): return Tag::input;
+        case key("table"): return Tag::table;
+        case key("title"): return Tag::title;
+        case key("iframe"): return Tag::iframe;
+        case key("option"): return Tag::option;
+        case key("select"): return Tag::select;
+        case key("marquee"): return Tag::marquee;
+        case key("noframes"): return Tag::noframes;
+        case key("noscript"): return Tag::noscript;
+        case key("textarea"): return Tag::textarea;
+        default: return Tag::other;
+    }
+}
+
+// These are asked of tags with a name, which have three units at least.
+
+bool isClosing(const TagCall& call) {
+    return call.characters[call.tagLocation + 1] == u'/';
+}
+
+bool opensRegion(const TagCall& call) {
+    return !isClosing(call) && !isEmptyElementTag(call);
+}
+
+std::int64_t depthStep(const TagCall& call) {
+    if (isEmptyElementTag(call)) return 0;
+    return isClosing(call) ? -1 : 1;
+}
+
+bool containsInOrder(std::u16string_view text, std::u16string_view first,
+                     std::u16string_view second) {
+    const std::size_t at = text.find(first);
+    return at != text.npos && text.find(second, at + first.size()) != text.npos;
+}
+
+// Far off the page, where style sheets put what is not to be seen.
+bool isMovedAway(std::u16string_view style) {
+    if (!containsNoCase(style, u"position:absolute")) return false;
+    constexpr std::int64_t kNearest = -1000;  // pixels
+    const auto offset = [style](std::u16string_view side) {
+        return integerValue(attributeOfStyleWithName(style, side).value_or(u""));
+    };
+    return offset(u"TOP") < kNearest || offset(u"LEFT") < kNearest;
+}
+
+bool isHiddenDiv(const TagCall& call) {
+    constexpr std::uint64_t kLeastLength = 16;  // of a tag that can say so
+    if (call.tagLength < kLeastLength) return false;
+    if (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden")) return true;
+    const std::u16string_view tag = call.tag();
+    if (containsInOrder(tag, u"visibility", u"hidden")) return true;
+    if (containsInOrder(tag, u"display:", u"none")) return true;
+    if (isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
+    const TagSize size = getTagWidth(call.characters, call.tagRange());
+    const auto isTiny = [](std::int64_t pixels) { return pixels >= 1 && pixels <= 3; };
+    return size.found() && (isTiny(size.width) || size.height < 0 || isTiny(size.height));
+}
+
+// A font size of 1 to 4 points; the digit in front keeps 12pt apart from 2pt.
+bool isUnreadable(std::u16string_view style) {
+    if (!containsNoCase(style, u"font-size")) return false;
+    for (std::size_t i = 0; i + 1 < style.size(); ++i) {
+        if ((style[i] | 0x20) != u'p' || (style[i + 1] | 0x20) != u't') continue;
+        const auto isAsciiDigit = [](char16_t c) { return c >= u'0' && c <= u'9'; };
+        return i >= 2 && !isAsciiDigit(style[i - 2]) && style[i - 1] >= u'1' &&
+               style[i - 1] <= u'4';
+    }
+    return false;
+}
+
+bool isJunkFont(const PlainTextContext& page, const TagCall& call) {
+    if (!page.bodyBackgroundColor.empty() &&
+        equalNoCase(attributeViewOfTag(call, u"COLOR"), page.bodyBackgroundColor)) {
+        return true;
+    }
+    return isUnreadable(attributeViewOfTag(call, u"STYLE"));
+}
+
+void writeLineFeeds(PlainTextContext& page, int count) {
+    while (count-- > 0) page.write(u'\n');
+    page.lineStart = page.output;
+    page.lineHasText = false;
+    page.pendingSpace = false;
+}
+
+// False when there is nothing that the space would keep apart.
+bool writeSpaceBehindText(PlainTextContext& page) {
+    if (!page.endsInText()) return false;
+    page.write(u' ');
+    page.pendingSpace = false;
+    return true;
+}
+
+// What the tag writes to end the text in front of it.
+void separate(PlainTextContext& page, Tag tag) {
+    if (!page.lineHasText) {
+        if (tag == Tag::cell) {
+            writeSpaceBehindText(page);
+        } else if (tag == Tag::row && page.hasOutput() && !isLineBreak(page.output[-1])) {
+            writeLineFeeds(page, 1);
+        }
+        return;
+    }
+    switch (tag) {
+        case Tag::block:
+        case Tag::heading:
+        case Tag::div:
+        case Tag::table: writeLineFeeds(page, 2); break;
+        case Tag::line:
+        case Tag::row: writeLineFeeds(page, 1); break;
+        case Tag::cell:
+            if (!writeSpaceBehindText(page)) page.pendingSpace = true;
+            page.lineHasText = false;
+            break;
+        case Tag::code: writeSpaceBehindText(page); break;
+        default: break;
+    }
+}
+
+// So that an unclosed one cannot swallow the rest of the page.
+void leaveFields(PlainTextContext& page) {
+    page.inMarquee = false;
+    page.inTextarea = false;
+}
+
+// The output comes to end in one blank line.
+void beginTable(PlainTextContext& page) {
+    if (page.output - page.outputStart < 2) return;
+    leaveFields(page);
+    if (!isLineBreak(page.output[-1])) {
+        writeLineFeeds(page, 2);
+    } else if (!isLineBreak(page.output[-2])) {
+        writeLineFeeds(page, 1);
+    }
+}
+
+// kept: alternative texts count even where the text around them is hidden.
+void appendImage(PlainTextContext& page, const TagCall& call) {
+    page.pendingSpace = true;
+    std::u16string_view text = attributeViewOfTag(call, u"ALT");
+    if (text.empty()) text = attributeViewOfTag(call, u"TITLE");
+    if (!text.empty()) appendRangeToPlainText(page, text);
+    page.pendingSpace = true;
+}
+
+void stepLinkDepth(PlainTextContext& page, const TagCall& call) {
+    // kept: "<a/>" opens a link.
+    if (!isClosing(call)) {
+        ++page.linkDepth;
+    } else if (page.linkDepth > 0) {
+        --page.linkDepth;
+    }
+}
+
+// What the tag changes for the text behind it.
+void change(PlainTextContext& page, Tag tag, const TagCall& call) {
+    switch (tag) {
+        case Tag::anchor:
+            stepLinkDepth(page, call);
+            page.pendingSpace = true;
+            break;
+        case Tag::heading:
+            leaveFields(page);
+            stepLinkDepth(page, call);
+            break;
+        case Tag::div:
+            leaveFields(page);
+            page.hidden = isHiddenDiv(call);
+            break;
+        case Tag::preformatted:
+            leaveFields(page);
+            page.collapseWhite = !opensRegion(call);
+            if (!page.collapseWhite) writeLineFeeds(page, 2);
+            break;
+        case Tag::image:
+            if (page.imageAlts) appendImage(page, call);
+            break;
+        case Tag::font:
+            page.inJunkFont = isJunkFont(page, call);
+            page.inFeedDate = attributeViewOfTag(call, u"CLASS") == u"feed_date";
+            break;
+        case Tag::body:
+            leaveFields(page);
+            page.bodyDepth += depthStep(call);
+            page.hidden = page.inFeedDate = page.inJunkFont = false;
+            page.bodyBackgroundColor = attributeViewOfTag(call, u"BGCOLOR");
+            break;
+        case Tag::input:
+            leaveFields(page);
+            if (!writeSpaceBehindText(page)) page.pendingSpace = true;
+            break;
+        case Tag::table: beginTable(page); break;
+        case Tag::iframe:
+        case Tag::noframes: page.inFrameFallback = opensRegion(call); break;
+        case Tag::noscript: page.inNoscript = opensRegion(call); break;
+        case Tag::option:
+            leaveFields(page);
+            page.hidden = opensRegion(call);
+            break;
+        case Tag::select:
+            leaveFields(page);
+            page.hidden = false;
+            break;
+        case Tag::marquee: page.inMarquee = opensRegion(call); break;
+        case Tag::textarea: page.inTextarea = opensRegion(call); break;
+        default: break;
+    }
+}
+
+// "<!--googleoff: index-->" and the like.
+void obeyDirective(PlainTextContext& page, const TagCall& call) {
+    constexpr std::uint64_t kLeastLength = 19;
+    if (!page.googleTags || call.tagKind != TagKindComment || call.tagLength < kLeastLength) return;
+    const std::u16string_view comment = call.tag();
+    const bool on = containsNoCase(comment, u"googleon:");
+    if (!on && !containsNoCase(comment, u"googleoff:")) return;
+    std::uint64_t named = 0;
+    if (containsNoCase(comment, u"all")) named = kAllDirectives;
+    if (containsNoCase(comment, u"index")) named |= kIndexDirective;
+    if (containsNoCase(comment, u"snippet")) named |= kSnippetDirective;
+    if (containsNoCase(comment, u"anchor")) named |= kAnchorDirective;
+    page.indexMask = on ? page.indexMask | named : page.indexMask & ~named;
+}
+
+// Outside the body only these can lead into it.
+void handleOutsideBody(PlainTextContext& page, Tag tag, const TagCall& call) {
+    if (tag != Tag::noframes && tag != Tag::noscript && tag != Tag::body && tag != Tag::head) {
+        if (tag == Tag::other) obeyDirective(page, call);
+        return;
+    }
+    leaveFields(page);
+    page.inJunkFont = page.inFeedDate = page.hidden = false;
+    page.bodyBackgroundColor = {};
+    // kept: a `head` lowers the depth, so that a `body` inside it does not count.
+    page.bodyDepth += tag == Tag::head ? -depthStep(call) : depthStep(call);
+    if (tag == Tag::noscript) {
+        page.inNoscript = opensRegion(call);
+    } else {
+        page.inFrameFallback = tag == Tag::noframes && opensRegion(call);
+    }
+    if (tag == Tag::body) page.bodyBackgroundColor = attributeViewOfTag(call, u"BGCOLOR");
+}
+
+void handleText(PlainTextContext& page, std::u16string_view run) {
+    if (run.empty() || page.hidden) return;
+    const bool isLeftOut =
+        page.inFrameFallback || page.inNoscript || page.inMarquee || page.inTextarea ||
+        (page.removeJunk && page.inJunkFont) ||
+        (page.googleTags && (!(page.indexMask & kIndexDirective) || page.inFeedDate));
+    if (!isLeftOut) {
+        appendRangeToPlainText(page, run);
+    } else if (page.inJunkFont && !page.didRemoveJunk) {
+        page.didRemoveJunk = isProse(page, run);
+    }
+}
+
+}  // namespace
+
+bool PlainTextHandler(const TagCall& call) {
+    auto& page = *static_cast<PlainTextContext*>(call.context);
+    const Tag tag = call.nameLength == 0 ? Tag::other : tagNamed(call.name());
+    if (page.bodyDepth < 1) {
+        handleOutsideBody(page, tag, call);
+        return false;
+    }
+    page.sawBodyContent = true;
+    if (!(page.removeJunk && tag == Tag::title)) handleText(page, call.text());
+    if (tag != Tag::other) {
+        separate(page, tag);
+        change(page, tag, call);
+    } else {
+        obeyDirective(page, call);
+    }
+    return false;
+}
+
+bool SimplePlainTextHandler(const TagCall& call) {
+    auto& page = *static_cast<PlainTextContext*>(call.context);
+    const std::u16string_view run = call.text();
+    if (page.bodyDepth > 0 && !run.empty()) appendSimpleRange(page, run);
+    switch (tagNamed(call.name())) {
+        case Tag::noframes:
+        case Tag::body: page.bodyDepth += depthStep(call); break;
+        case Tag::head: page.bodyDepth -= depthStep(call); break;
+        default: break;
+    }
+    return false;
+}
+
+}  // namespace corvy
