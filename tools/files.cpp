@@ -74,6 +74,14 @@ FileContents readFile(const std::string& path, const ReadOptions& options) {
     return readToEnd(file.get(), size, options.longest);
 }
 
+int errorOfOpening(const std::string& path) {
+    const platform::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status {};
+    if (file.get() < 0 || ::fstat(file.get(), &status) != 0) return errno;
+    if (S_ISREG(status.st_mode)) return 0;
+    return S_ISDIR(status.st_mode) ? EISDIR : ENOTSUP;
+}
+
 int writeFile(const std::string& path, std::string_view contents) {
     platform::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (file.get() < 0) return errno;

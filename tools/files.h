@@ -23,6 +23,9 @@ struct ReadOptions {
 // without being copied again.
 FileContents readFile(const std::string& path, const ReadOptions& options = {});
 
+// Why it is no regular file that can be read: an error number; 0 when it is one.
+int errorOfOpening(const std::string& path);
+
 // Makes or replaces the file. The error number, 0 when it is written.
 int writeFile(const std::string& path, std::string_view contents);
 

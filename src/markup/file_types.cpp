@@ -41,6 +41,10 @@ bool FirstTagHandler(const TagCall& call) {
     return true;
 }
 
+bool hasPrefixNoCase(std::u16string_view text, std::u16string_view prefix) {
+    return equalNoCase(text.substr(0, prefix.size()), prefix);
+}
+
 bool contains(std::span<const std::u16string_view> types,
               std::optional<std::u16string_view> extension) {
     return extension &&
@@ -81,6 +85,15 @@ bool isPropertyListExtension(std::optional<std::u16string_view> extension) {
 
 bool isMarkupExtension(std::optional<std::u16string_view> extension) {
     return contains(MarkupFileTypes(), extension);
+}
+
+bool isMarkupMIMEType(std::u16string_view type) {
+    if (hasPrefixNoCase(type, u"text/")) return true;
+    if (!hasPrefixNoCase(type, u"application/")) return false;
+    for (const std::u16string_view part : {u"htm", u"sgml", u"xml", u"rsd", u"atom"}) {
+        if (containsNoCase(type, part)) return true;
+    }
+    return type.find(u"rdf") != type.npos || type.find(u"rss") != type.npos;
 }
 
 bool isHTML(std::u16string_view text) {

@@ -1,4 +1,4 @@
-// File name extensions of markup, and what looks like HTML.
+// File name extensions and MIME types of markup, and what looks like HTML.
 #pragma once
 
 #include <optional>
@@ -19,6 +19,11 @@ bool isHTMLExtension(std::optional<std::u16string_view> extension);
 bool isXMLExtension(std::optional<std::u16string_view> extension);
 bool isPropertyListExtension(std::optional<std::u16string_view> extension);
 bool isMarkupExtension(std::optional<std::u16string_view> extension);
+
+// Whether data of the type are markup: text of any kind, and the applications whose names speak of
+// HTML, SGML, XML or feeds.
+// kept: "rdf" and "rss" count in lower case only, all else in any case.
+bool isMarkupMIMEType(std::u16string_view type);
 
 // Whether the text is an HTML page, whole or in part: its first tag, comments and an XML
 // declaration aside, is one of HTML.

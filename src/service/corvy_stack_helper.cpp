@@ -6,6 +6,7 @@
 #include "client/im_export.h"
 #include "platform/library_versions.h"
 #include "service/pdf_conversion.h"
+#include "text/web_archive.h"
 
 namespace corvy {
 
@@ -159,8 +160,13 @@ std::optional<Dictionary> CorvyStackHelper::attributedStringWithContentsOfFile(
     return std::nullopt;
 }
 
-Dictionary CorvyStackHelper::searchableTextOfWebArchive(std::u16string_view) {
-    return {};
+Dictionary CorvyStackHelper::searchableTextOfWebArchive(std::u16string_view path) {
+    WebArchiveText archive = searchableTextOfFile(path);
+    Dictionary result;
+    if (archive.text) result.set(u"String", *std::move(archive.text));
+    if (archive.source) result.set(u"Source", *std::move(archive.source));
+    if (archive.baseURL) result.set(u"URL", std::move(archive.baseURL->absoluteString));
+    return result;
 }
 
 bool CorvyStackHelper::writeRTFDData(const Bytes&, std::u16string_view) {

@@ -1,8 +1,9 @@
 // The vended object: ten operations on files and documents, one request at a time.
 //
 // Every operation tells a failure by its result alone: none, or false. Those that drive foreign
-// libraries do so in worker processes. Operations may be entered again while one of them waits by
-// running the main context; they share nothing but the importer and the workers.
+// libraries do so in worker processes; web archives are read here, by bounded readers of our own.
+// Operations may be entered again while one of them waits by running the main context; they share
+// nothing but the importer and the workers.
 #pragma once
 
 #include <memory>
@@ -49,7 +50,7 @@ public:
     Dictionary posterImageForMovieWithFile(std::u16string_view path);
     // A document as RTFD. Not built yet: none.
     std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path);
-    // Text, source and address of a web archive. Not built yet: an empty dictionary.
+    // Text, source and address of a web archive, as far as it gives them.
     Dictionary searchableTextOfWebArchive(std::u16string_view path);
     // Writes flat RTFD as a package. Not built yet: false.
     bool writeRTFDData(const Bytes& rtfd, std::u16string_view path);

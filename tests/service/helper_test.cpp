@@ -13,6 +13,7 @@
 #include <iterator>
 
 #include "foundation/text.h"
+#include "platform/property_list_writer.h"
 #include "tests/support/helper_process.h"
 
 namespace corvy {
@@ -172,6 +173,51 @@ TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
     std::vector<std::byte> huge(300'000'000, std::byte{'x'});
     EXPECT_EQ(attributed(false, Bytes(std::move(huge))), std::nullopt);
     EXPECT_TRUE(attributed(false, examplePdf("guide.pdf")));
+}
+
+TEST_F(HelperTest, WebArchiveGivesTextSourceAndAddress) {
+    const test::TemporaryFolder folder;
+    const auto answerFor = [&](std::string_view contents) {
+        std::ofstream(folder.file("a"), std::ios::binary) << contents;
+        return proxy_->call("searchableTextOfWebArchive:",
+                            {PropertyList(fromUtf8(folder.file("a")))});
+    };
+    const auto archive = [](std::u16string_view type, Array frames) {
+        return Dictionary{
+            {u"WebMainResource", Dictionary{{u"WebResourceData", Bytes::copyOf("<p>gr\xFCn\n")},
+                                            {u"WebResourceMIMEType", type},
+                                            {u"WebResourceURL", u"http://example.org/"}}},
+            {u"WebSubframeArchives", std::move(frames)}};
+    };
+    const auto file = [](const PropertyList& list) {
+        return std::string(Bytes(*platform::binaryPropertyList(list)).chars());
+    };
+    const Dictionary page = archive(u"text/html", {});
+    const std::string whole = file(archive(u"text/html", {page}));
+    const std::string image = file(archive(u"image/png", {page, u"no frame"}));
+    const RemoteValue answer = answerFor(whole);
+    ASSERT_TRUE(answer && answer->dictionary());
+    EXPECT_EQ(answer->dictionary()->begin()->key, u"String");
+    EXPECT_EQ(answer, PropertyList(Dictionary{{u"String", u"\n\ngr\xFCn\n\ngr\xFCn"},
+                                              {u"Source", u"<p>gr\xFCn\n"},
+                                              {u"URL", u"http://example.org/"}}));
+    EXPECT_EQ(answerFor(image), PropertyList(Dictionary{{u"String", u"\n\ngr\xFCn"},
+                                                        {u"URL", u"http://example.org/"}}));
+
+    std::string deep;
+    for (int i = 0; i < 100'000; ++i) deep += "<array>";
+    // The root is its own only frame.
+    std::string cycle = file(Dictionary{{u"WebSubframeArchives", Array{true}}});
+    const std::size_t array = cycle.find('\xA1');
+    ASSERT_NE(array, std::string::npos);
+    cycle[array + 1] = 0;
+    for (const std::string& bad : {deep, cycle, whole.substr(0, whole.size() - 1), file(u"text"),
+                                   std::string("<html>"), std::string()}) {
+        EXPECT_EQ(answerFor(bad), PropertyList(Dictionary())) << bad.substr(0, 40);
+    }
+    EXPECT_EQ(proxy_->call("searchableTextOfWebArchive:", {PropertyList(u"/nowhere")}),
+              PropertyList(Dictionary()));
+    EXPECT_EQ(answerFor(whole), answer);
 }
 
 TEST_F(HelperTest, WorkerKilledUnderTheServiceIsStartedAgain) {

@@ -1,5 +1,6 @@
 #include "tools/import/file_importer.h"
 
+#include "foundation/text.h"
 #include "tests/tools/fake_helper.h"
 #include "tests/tools/temporary_folder.h"
 #include "tools/import/file_type.h"
@@ -17,7 +18,11 @@ protected:
             [&]() -> std::unique_ptr<OwnedHelper> {
                 auto helper = std::make_unique<FakeHelper>();
                 helper->fake.answer = [&](const auto& arguments) {
-                    EXPECT_EQ(arguments[1]->bytes()->chars(), contents);
+                    if (const std::u16string* path = arguments[0]->string()) {
+                        EXPECT_EQ(toUtf8(*path), folder_.path(name));
+                    } else {
+                        EXPECT_EQ(arguments[1]->bytes()->chars(), contents);
+                    }
                     return answer;
                 };
                 return helper;
@@ -64,6 +69,10 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
         {"fake.pdf", "GIF89a", std::nullopt, "pdf", "notAPDF"},
         {"odd.pdf", "%PDF-1", PropertyList(true), "pdf", "damaged"},
         {"empty.pdf", "", std::nullopt, "pdf", "empty"},
+        {"broken.webarchive", "bplist00", dictionary({}), "webarchive", "damaged"},
+        {"image.webarchive", "bplist00", dictionary({{u"String", u""}}), "webarchive", "noText"},
+        {"empty.webarchive", "", std::nullopt, "webarchive", "empty"},
+        {"textless.html", "<img src=a><script>x</script>", std::nullopt, "html", "noText"},
         {"blank.txt", " \r\n", std::nullopt, "text", "noText"},
         {"picture.png", "\x89PNG", std::nullopt, "image", ""},
         {"data", "\x01\x02", std::nullopt, "other", ""},
@@ -73,6 +82,39 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
         EXPECT_EQ(record.error, c.error) << c.name;
         EXPECT_EQ(record.kind, c.kind) << c.name;
         EXPECT_FALSE(record.text) << c.name;
+    }
+}
+
+TEST_F(FileImporterTest, TakesWhatTheWebArchiveGives) {
+    const PropertyList answer(
+        Dictionary{{u"String", u"\n\nText"}, {u"Source", u"<p>Text"}, {u"URL", u"http://a/"}});
+    ImportRecord record = imported("a.webarchive", "bplist00", answer);
+    EXPECT_EQ(record.error, "");
+    EXPECT_EQ(record.text->string, u"\n\nText");
+    EXPECT_EQ(record.properties, (Dictionary{{u"URL", u"http://a/"}}));
+
+    record = imported("a.webarchive", "bplist00", answer, {.texts = false});
+    EXPECT_FALSE(record.text);
+    EXPECT_EQ(record.properties.size(), 1U);
+}
+
+TEST_F(FileImporterTest, ReadsHtmlByItsCharset) {
+    struct Case {
+        const char* name;
+        std::string_view contents;
+        std::u16string_view text;
+    };
+    const Case cases[] = {
+        {"a.html", "<title>no</title><body><p>gr\xC3\xBCn<p>&auml;", u"gr\xFCn\n\n\xE4"},
+        {"a.HTM", "<meta charset=windows-1251><body>\xE0", u"\x0430"},
+        {"a.xhtml", "<?xml version='1.0' encoding='iso-8859-1'?><p>\xE4</p>", u"\xE4"},
+        {"a.html", "no markup", u"no markup"},
+    };
+    for (const Case& c : cases) {
+        const ImportRecord record = imported(c.name, c.contents, std::nullopt);
+        EXPECT_EQ(record.kind, "html") << c.name;
+        ASSERT_TRUE(record.text) << c.name;
+        EXPECT_EQ(trimWhite(*record.text->string), c.text) << c.name;
     }
 }
 

@@ -116,6 +116,45 @@ TEST_F(ProgramTest, ReadsOnePdf) {
     }
 }
 
+TEST_F(ProgramTest, ReadsOneWebArchive) {
+    const std::string xml =
+        "<plist><dict><key>WebMainResource</key><dict><key>WebResourceData</key><data>PHA+eA=="
+        "</data><key>WebResourceMIMEType</key><string>text/html</string>"
+        "<key>WebResourceURL</key><string>http://a/</string></dict></dict></plist>";
+    std::string image = xml, nameless = xml;
+    image.replace(image.find("text/html"), 9, "image/png");
+    nameless.replace(nameless.find("http://a/"), 9, "");
+    const std::string file = folder_.write("a.webarchive", xml);
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+        std::string_view out, message;
+    };
+    const Case cases[] = {
+        {{file}, 0, "\n\nx\n", ""},
+        {{file, "--source"}, 0, "<p>x\n", ""},
+        {{"--url", file}, 0, "http://a/\n", ""},
+        {{"-"}, 0, "\n\nx\n", ""},
+        {{"a.webarchive"}, 0, "\n\nx\n", ""},
+        {{file, "--source", "--url"}, 2, "", "--url"},
+        {{folder_.write("image", image)}, 1, "", "has no text"},
+        {{folder_.path("image"), "--source"}, 1, "", "no markup"},
+        {{folder_.write("nameless", nameless), "--url"}, 1, "", "no address"},
+        {{folder_.write("cut", xml.substr(0, 99))}, 1, "", "cut: not a web archive"},
+        {{folder_.path("missing")}, 1, "", "No such file"},
+        {{folder_.path()}, 1, "", "Is a directory"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> arguments = {"webarchive"};
+        arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+        const Ran ran = run(arguments, {.folder = folder_.path(), .input = file});
+        const std::string name = testing::PrintToString(c.arguments);
+        EXPECT_EQ(ran.status, c.status) << name << ran.err;
+        EXPECT_EQ(ran.out, c.out) << name;
+        EXPECT_NE(ran.err.find(c.message), std::string::npos) << name << ran.err;
+    }
+}
+
 TEST_F(ProgramTest, CallsTheHelperThatRuns) {
     const std::string file = folder_.write("a.pdf", pdf_);
     Program service({"serve"});

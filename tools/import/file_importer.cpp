@@ -7,11 +7,14 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include "foundation/text.h"
+#include "markup/markup_decoding.h"
+#include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
 #include "tools/import/plain_text.h"
@@ -67,6 +70,10 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             stopped = !importPdf(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
+        } else if (record.kind == "html" && settings_.texts) {
+            importHtml(file, number, record);
+        } else if (record.kind == "webarchive") {
+            stopped = !importWebArchive(file, number, record);
         }
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
@@ -142,6 +149,45 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
     return true;
+}
+
+// False when the helper was stopped.
+bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
+                                    ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("searchableTextOfWebArchive:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    auto text = entries ? stringOf(*entries, u"String") : std::nullopt;
+    if (!text) {
+        record.error = "damaged";
+        return true;
+    }
+    if (settings_.texts) addText(*std::move(text), number, record);
+    if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
+    return true;
+}
+
+// The text that is searched: of the body, as in web archives.
+void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const FileContents contents =
+        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+        return;
+    }
+    const auto page = stringWithMarkupData(contents.bytes);
+    if (page) {
+        addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
+                number, record);
+    } else {
+        record.error = "noText";
+    }
 }
 
 void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,

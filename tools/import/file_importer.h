@@ -34,6 +34,8 @@ private:
     bool examine(const FoundFile& file, ImportRecord& record);
     bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
 
     HelperSlot& helper_;

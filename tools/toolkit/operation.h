@@ -98,6 +98,7 @@ std::span<const Operation> queryOperations();
 std::span<const Operation> strippingOperations();
 std::span<const Operation> plainTextOperations();
 std::span<const Operation> errorPageOperations();
+std::span<const Operation> webArchiveOperations();
 std::span<const Operation> characterOperations();
 std::span<const Operation> characterSetOperations();
 std::span<const Operation> addressOperations();

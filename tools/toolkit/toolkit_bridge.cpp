@@ -20,9 +20,10 @@ OperationIndex indexOfOperations() {
     OperationIndex index;
     for (const auto table :
          {scannerOperations, attributeOperations, entityOperations, queryOperations,
-          strippingOperations, plainTextOperations, errorPageOperations, characterOperations,
-          characterSetOperations, addressOperations, urlSimplificationOperations, dateOperations,
-          resourceForkOperations, settingOperations}) {
+          strippingOperations, plainTextOperations, errorPageOperations, webArchiveOperations,
+          characterOperations, characterSetOperations, addressOperations,
+          urlSimplificationOperations, dateOperations, resourceForkOperations,
+          settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;

@@ -1,0 +1,96 @@
+// corvystack webarchive: text, source or address of a saved page.
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "foundation/text.h"
+#include "text/web_archive.h"
+#include "tools/arguments.h"
+#include "tools/command.h"
+#include "tools/commands.h"
+#include "tools/files.h"
+#include "tools/helper_access.h"
+#include "tools/import/record.h"
+
+namespace corvy::tools {
+
+namespace {
+
+struct WebArchiveOptions {
+    std::string file;
+    bool source = false;
+    bool url = false;
+};
+
+int failWith(const WebArchiveOptions& options, std::string_view reason) {
+    complain(options.file + ": " + std::string(reason));
+    return kFailed;
+}
+
+// From the helper, which opens the file itself, in a folder of its own.
+WebArchiveText askHelper(const std::string& file) {
+    const std::string path = std::filesystem::absolute(file).string();
+    HelperAccess helper(Launching::ifNeeded);
+    const RemoteValue answer =
+        helper.proxy().call("searchableTextOfWebArchive:", {PropertyList(pathFromBytes(path))});
+    const Dictionary* entries = answer ? answer->dictionary() : nullptr;
+    if (!entries) return {};
+    WebArchiveText archive;
+    archive.text = stringOf(*entries, u"String");
+    archive.source = stringOf(*entries, u"Source");
+    if (auto url = stringOf(*entries, u"URL")) archive.baseURL = Url{*std::move(url)};
+    return archive;
+}
+
+// Standard input has no path that another process could open.
+WebArchiveText readArchive(const Bytes& bytes) {
+    const auto archive = WebArchive::initWithData(bytes);
+    if (!archive) return {};
+    SearchableText found = archive->searchableTextAndSource();
+    return {std::move(found.text), archive->baseURL(), std::move(found.source)};
+}
+
+void printLines(std::u16string_view text) {
+    print(toUtf8(text));
+    if (!text.ends_with(u'\n')) print("\n");
+}
+
+int printPart(const WebArchiveOptions& options, const WebArchiveText& archive) {
+    if (!archive.text) return failWith(options, "not a web archive, or damaged");
+    if (options.url) {
+        if (!archive.baseURL) return failWith(options, "its page has no address");
+        printLines(archive.baseURL->absoluteString);
+    } else if (options.source) {
+        if (!archive.source) return failWith(options, "its page is no markup");
+        printLines(*archive.source);
+    } else {
+        if (archive.text->find_first_not_of(u'\n') == std::u16string::npos) {
+            return failWith(options, explanationOfError("noText"));
+        }
+        printLines(*archive.text);
+    }
+    return kDone;
+}
+
+}  // namespace
+
+int webArchiveCommand(int argc, char** argv) {
+    CLI::App app("The text of a web archive with its frames, read by the helper.",
+                 "corvystack webarchive");
+    WebArchiveOptions options;
+    app.add_option("FILE", options.file, "the archive; - for standard input")->required();
+    auto* source = app.add_flag("--source", options.source, "print the source of its page instead");
+    app.add_flag("--url", options.url, "print the address of its page instead")->excludes(source);
+    if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    if (options.file == "-") {
+        const FileContents contents = readFile("-");
+        if (contents.error != 0) return failWith(options, reasonOf(contents.error));
+        return printPart(options, readArchive(contents.bytes));
+    }
+    if (const int error = errorOfOpening(options.file)) return failWith(options, reasonOf(error));
+    return printPart(options, askHelper(options.file));
+}
+
+}  // namespace corvy::tools
