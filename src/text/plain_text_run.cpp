@@ -36,22 +36,40 @@ std::u16string_view decodedRun(const PlainTextContext& page, std::u16string_view
                 run, decoded, {.markup = page.stdEntities, .nonUmlauted = page.nonUmlauted})};
 }
 
-// Everything white but the space lies in these ranges, and little else.
-constexpr bool mayBeWhite(char16_t c) {
-    return static_cast<char16_t>(c - 0x7F) <= 0xA0 - 0x7F ||
-           static_cast<char16_t>(c - 0x1680) <= 0x205F - 0x1680 || c < 0x20 || c == 0x3000 ||
-           c >= 0xFEFF;
+constexpr std::size_t kBlock = 8;  // units; the loops over them become vector operations
+
+constexpr std::uint16_t maskOf(bool holds) {
+    return static_cast<std::uint16_t>(-holds);
 }
 
-constexpr std::size_t kBlock = 16;  // units; the loop over them becomes vector operations
+// Whether the block is white space of the kinds that indent markup.
+bool isIndentation(const char16_t* units) {
+    std::uint16_t other = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        const char16_t c = units[i];
+        other |= maskOf(c != u' ') & maskOf(c != u'\n') & maskOf(c != u'\t') & maskOf(c != u'\r');
+    }
+    return other == 0;
+}
+
+// trimWhite for runs that often are a line feed and much indentation.
+std::u16string_view trimmed(std::u16string_view run) {
+    while (run.size() >= kBlock && isIndentation(run.data())) run.remove_prefix(kBlock);
+    return trimWhite(run);
+}
 
 // Whether the block can be copied as it is: no white space in it but single spaces. Looks at one
-// unit more.
+// unit more. False also for blocks with other units of the ranges in which white space lies.
 bool isPlainBlock(const char16_t* units) {
     std::uint16_t odd = 0;
     for (std::size_t i = 0; i < kBlock; ++i) {
-        const bool twoSpaces = (units[i] == u' ') & (units[i + 1] == u' ');
-        odd |= static_cast<std::uint16_t>(-(mayBeWhite(units[i]) | twoSpaces));
+        const std::uint16_t c = units[i], next = units[i + 1];
+        odd |= maskOf(c < 0x20);
+        odd |= maskOf(static_cast<std::uint16_t>(c - 0x7F) <= 0xA0 - 0x7F);
+        odd |= maskOf(static_cast<std::uint16_t>(c - 0x1680) <= 0x205F - 0x1680);
+        odd |= maskOf(c == 0x3000);
+        odd |= maskOf(c >= 0xFEFF);
+        odd |= maskOf(c == u' ') & maskOf(next == u' ');
     }
     return odd == 0;
 }
@@ -148,7 +166,7 @@ void appendRangeToPlainText(PlainTextContext& page, std::u16string_view run) {
     run = decodedRun(page, run);
     const bool beginsWhite = isWhite(run.front());
     const bool endsWhite = isWhite(run.back());
-    if (page.collapseWhite) run = trimWhite(run);
+    if (page.collapseWhite) run = trimmed(run);
     if (run.empty()) {
         page.pendingSpace = true;
         return;

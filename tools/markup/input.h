@@ -10,6 +10,9 @@ struct MarkupInput {
     std::string file = "-";    // "-" is standard input
     std::string charset = {};  // what the transport would declare; empty: nothing
     bool plain = false;        // UTF-8, whatever the text says of itself
+    // Saved pages were often converted to UTF-8, and still name the character set they had. Unless
+    // a charset is given, bytes that can hardly be anything but UTF-8 are that.
+    bool recogniseUtf8 = false;
 };
 
 // The text of the file; none, after a message, when it cannot be read or is none.

@@ -102,6 +102,9 @@ std::span<const Operation> webArchiveOperations();
 std::span<const Operation> characterOperations();
 std::span<const Operation> characterSetOperations();
 std::span<const Operation> addressOperations();
+std::span<const Operation> urlSimplificationOperations();
+std::span<const Operation> dateOperations();
+std::span<const Operation> resourceForkOperations();
 std::span<const Operation> settingOperations();
 
 }  // namespace corvy::tools

@@ -21,7 +21,9 @@ OperationIndex indexOfOperations() {
     for (const auto table :
          {scannerOperations, attributeOperations, entityOperations, queryOperations,
           strippingOperations, plainTextOperations, errorPageOperations, webArchiveOperations,
-          characterOperations, characterSetOperations, addressOperations, settingOperations}) {
+          characterOperations, characterSetOperations, addressOperations,
+          urlSimplificationOperations, dateOperations, resourceForkOperations,
+          settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;

@@ -1,0 +1,25 @@
+// HTML to plain text: equal to its plain form under all switches, and never longer than it may be.
+#include <cstdint>
+
+#include "foundation/system_log.h"
+#include "fuzz/fuzz_text.h"
+#include "tests/text/literal_plain_text.h"
+#include "text/plain_text.h"
+#include "text/plain_text_context.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) return 0;
+    const corvy::LogCapture log;
+    const auto bit = [switches = data[0]](unsigned i) { return (switches >> i & 1) != 0; };
+    const corvy::PlainTextOptions options = {bit(0), bit(1), bit(2), bit(3),
+                                             bit(4), bit(5), bit(6), bit(7)};
+    const std::u16string html = corvy::fuzzText(data + 1, size - 1);
+    corvy::literal::PlainText found;
+    found.text = corvy::stringByConvertingHtml2PlainText(html, options, &found.didRemoveJunk);
+    corvy::require(found == corvy::literal::plainText(html, options));
+    corvy::require(found.text.size() <= corvy::plainTextCapacity(html.size()));
+    const std::u16string simple = corvy::stringByConvertingHtml2SimplifiedPlainText(html);
+    corvy::require(simple.size() <= corvy::plainTextCapacity(html.size()));
+    corvy::require(log.entries().empty());
+    return 0;
+}
