@@ -343,28 +343,42 @@ std::string base64Of(std::string_view bytes) {
 }
 
 std::optional<std::string> bytesOfBase64(std::string_view text) {
-    std::string out;
-    out.reserve(text.size() / 4 * 3);
+    std::string out(text.size() / 4 * 3 + 3, '\0');
+    char* to = out.data();
     std::uint32_t group = 0;
     int digits = 0, padding = 0;
-    for (const char c : text) {
+    const auto valueAt = [text](std::size_t i) {
+        return kBase64Values[static_cast<unsigned char>(text[i])];
+    };
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        // Whole groups, up to the next white space.
+        for (; digits == 0 && padding == 0 && i + 4 <= text.size(); i += 4) {
+            const int a = valueAt(i), b = valueAt(i + 1), c = valueAt(i + 2), d = valueAt(i + 3);
+            if ((a | b | c | d) < 0) break;
+            *to++ = static_cast<char>(a << 2 | b >> 4);
+            *to++ = static_cast<char>(b << 4 | c >> 2);
+            *to++ = static_cast<char>(c << 6 | d);
+        }
+        if (i == text.size()) break;
+        const char c = text[i];
         if (c == ' ' || c == '\n' || c == '\r' || c == '\t') continue;
         if (c == '=') {
             ++padding;
             continue;
         }
-        const int value = kBase64Values[static_cast<unsigned char>(c)];
+        const int value = valueAt(i);
         if (value < 0 || padding) return std::nullopt;
         group = group << 6 | static_cast<std::uint32_t>(value);
         if (++digits == 4) {
-            for (int shift = 16; shift >= 0; shift -= 8) out += static_cast<char>(group >> shift);
+            for (int shift = 16; shift >= 0; shift -= 8) *to++ = static_cast<char>(group >> shift);
             group = 0, digits = 0;
         }
     }
     if (digits == 1 || (padding && digits + padding != 4)) return std::nullopt;
     if (digits == 0 && padding) return std::nullopt;
-    if (digits == 2) out += static_cast<char>(group >> 4);
-    if (digits == 3) out += static_cast<char>(group >> 10), out += static_cast<char>(group >> 2);
+    if (digits == 2) *to++ = static_cast<char>(group >> 4);
+    if (digits == 3) *to++ = static_cast<char>(group >> 10), *to++ = static_cast<char>(group >> 2);
+    out.resize(static_cast<std::size_t>(to - out.data()));
     return out;
 }
 

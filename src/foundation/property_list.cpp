@@ -57,6 +57,10 @@ void Dictionary::addEntries(const Dictionary& other) {
     for (const Entry& entry : other) set(entry.key, entry.value);
 }
 
+void Dictionary::reserve(std::size_t entries) {
+    entries_.reserve(entries);
+}
+
 bool Dictionary::remove(std::u16string_view key) {
     const std::size_t index = indexOf(key);
     if (index == kMissing) return false;

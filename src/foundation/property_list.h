@@ -56,6 +56,8 @@ public:
     void set(std::u16string_view key, PropertyList value);
     // Sets every entry of `other`, in its order.
     void addEntries(const Dictionary& other);
+    // Makes room for so many entries.
+    void reserve(std::size_t entries);
     // False when the key was not there.
     bool remove(std::u16string_view key);
     // Null when the key is not there. Valid until the dictionary changes.

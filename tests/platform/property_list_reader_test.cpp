@@ -177,7 +177,7 @@ TEST(PropertyListReader, ReadsXml) {
         {"<date>2024-02-29T23:59:59Z</date>", Date{1709251199}},
         {"<date>1969-12-31T23:59:59Z</date>", Date{-1}},
         {"<date>-0001-03-01T00:00:00Z</date>", Date{-62193657600}},
-        {"<data>\n\taGVs\n\tbG8=\n</data>", Bytes::copyOf("hello")},
+        {"<data>\n\taGVsbG\n\t8=\n</data>", Bytes::copyOf("hello")},
         {"<array><array/><dict/>\n<data></data></array>", Array{Array{}, Dictionary{}, Bytes()}},
         {"<dict><key>b</key><true/><key>a&amp;</key><array/><key>b</key><false/></dict>",
          Dictionary{{u"b", false}, {u"a&", Array{}}}},

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <span>
@@ -17,6 +18,8 @@ constexpr std::size_t kHeaderSize = 8;
 constexpr std::size_t kTrailerSize = 32;
 // whose last fields are two sizes of a byte each and three numbers of eight bytes.
 constexpr std::size_t kSizesInTrailer = 6;
+// Members that a collection gets room for on its word alone.
+constexpr std::size_t kMostReserved = 64;
 
 std::uint64_t bigEndian(std::span<const std::byte> bytes) {
     std::uint64_t number = 0;
@@ -174,9 +177,18 @@ private:
         if (!takeLength(at, marker, length) || length > units_) return false;
         units_ -= length;
         if (marker >> 4 == 0x5) {
-            // ASCII, which some writers take to be UTF-8.
             if (!take(at, length, content)) return false;
-            text = fromUtf8({reinterpret_cast<const char*>(content.data()), content.size()});
+            text.resize(length);
+            unsigned all = 0;
+            for (std::size_t i = 0; i < length; ++i) {
+                const auto unit = std::to_integer<unsigned char>(content[i]);
+                text[i] = unit;
+                all |= unit;
+            }
+            // Some writers take it to be UTF-8.
+            if (all >= 0x80) {
+                text = fromUtf8({reinterpret_cast<const char*>(content.data()), content.size()});
+            }
             return true;
         }
         if (!take(at, 2 * length, content)) return false;
@@ -220,6 +232,7 @@ private:
             return false;
         }
         Array array;
+        array.reserve(std::min(references.size() / referenceSize_, kMostReserved));
         for (std::size_t i = 0; i < references.size() / referenceSize_; ++i) {
             if (!readObject(referenceAt(references, i), depth + 1, array.emplace_back())) {
                 return false;
@@ -236,14 +249,14 @@ private:
         }
         Dictionary dictionary;
         const std::size_t length = references.size() / referenceSize_ / 2;
+        dictionary.reserve(std::min(length, kMostReserved));
         for (std::size_t i = 0; i < length; ++i) {
-            std::u16string key;
             PropertyList entry;
-            if (!readKey(referenceAt(references, i), key) ||
-                !readObject(referenceAt(references, length + i), depth + 1, entry)) {
+            if (!readObject(referenceAt(references, length + i), depth + 1, entry) ||
+                !readKey(referenceAt(references, i), key_)) {
                 return false;
             }
-            dictionary.set(key, std::move(entry));
+            dictionary.set(key_, std::move(entry));
         }
         value = std::move(dictionary);
         return true;
@@ -258,6 +271,7 @@ private:
     std::size_t referenceSize_ = 0;
     std::uint64_t objectCount_ = 0;
     std::uint64_t topObject_ = 0;
+    std::u16string key_;  // of the entry at hand
     std::size_t values_ = 0;
     std::uint64_t units_;  // that strings may still take
 };

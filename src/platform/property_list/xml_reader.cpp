@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <charconv>
+#include <memory>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -172,42 +175,63 @@ private:
         return false;
     }
 
-    // The text up to the end of the element.
-    bool takeContent(const Tag& tag, std::string& content) {
-        content.clear();
+    bool takeEnd(const Tag& tag) {
+        Tag end;
+        return takeTag(end) && end.isClosing && end.name == tag.name;
+    }
+
+    // The text up to the end of the element: a view of the list where it stands there as it is.
+    bool takeContent(const Tag& tag, std::string_view& content) {
+        content = {};
         if (tag.isEmpty) return true;
+        content_.clear();
         while (true) {
-            const std::size_t length = rest_.find_first_of("<&");
+            const std::size_t length = rest_.find('<');
             if (length == std::string_view::npos) return false;
-            content += rest_.substr(0, length);
+            const std::string_view text = rest_.substr(0, length);
             rest_.remove_prefix(length);
-            if (rest_.starts_with('&')) {
-                if (!takeReference(content)) return false;
-            } else if (rest_.starts_with("<![CDATA[")) {
+            const bool isLast = rest_.starts_with("</");
+            if (isLast && content_.empty() && text.find('&') == std::string_view::npos) {
+                content = text;
+                return takeEnd(tag);
+            }
+            if (!appendText(text)) return false;
+            if (rest_.starts_with("<![CDATA[")) {
                 rest_.remove_prefix(9);
                 const std::string_view section = rest_;
                 if (!skipPast("]]>")) return false;
-                content += section.substr(0, section.size() - rest_.size() - 3);
+                content_ += section.substr(0, section.size() - rest_.size() - 3);
             } else if (rest_.starts_with("<!--")) {
                 rest_.remove_prefix(4);
                 if (!skipPast("-->")) return false;
             } else {
-                Tag end;
-                return takeTag(end) && end.isClosing && end.name == tag.name;
+                content = content_;
+                return takeEnd(tag);
             }
         }
     }
 
-    bool takeReference(std::string& content) {
+    // To content_, with its references resolved.
+    bool appendText(std::string_view text) {
+        while (true) {
+            const std::size_t length = std::min(text.find('&'), text.size());
+            content_ += text.substr(0, length);
+            text.remove_prefix(length);
+            if (text.empty()) return true;
+            if (!appendReference(text)) return false;
+        }
+    }
+
+    bool appendReference(std::string_view& text) {
         constexpr std::size_t kLongest = 12;
-        const std::size_t end = rest_.substr(0, kLongest).find(';');
+        const std::size_t end = text.substr(0, kLongest).find(';');
         if (end == std::string_view::npos) return false;
-        std::string_view name = rest_.substr(1, end - 1);
-        rest_.remove_prefix(end + 1);
+        std::string_view name = text.substr(1, end - 1);
+        text.remove_prefix(end + 1);
         for (const auto& [known, character] :
              {std::pair("lt", '<'), {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}}) {
             if (name == known) {
-                content += character;
+                content_ += character;
                 return true;
             }
         }
@@ -218,7 +242,7 @@ private:
         if (!readWhole(name, number, hexadecimal ? 16 : 10)) return false;
         const bool isCharacter = number <= 0x10FFFF && (number < 0xD800 || number > 0xDFFF);
         char encoded[4];
-        content.append(encoded, encodeUtf8Character(isCharacter ? number : 0xFFFD, encoded));
+        content_.append(encoded, encodeUtf8Character(isCharacter ? number : 0xFFFD, encoded));
         return true;
     }
 
@@ -229,17 +253,20 @@ private:
         if (tag.name == "array") return readArray(tag, depth, value);
         if (tag.name == "dict") return readDictionary(tag, depth, value);
         const std::string_view name = tag.name;
-        if (!takeContent(tag, content_)) return false;
+        std::string_view content;
+        if (!takeContent(tag, content)) return false;
         if (name == "string") {
-            value = fromUtf8(content_);
+            value = fromUtf8(content);
             return true;
         }
         if (name == "data") {
-            const auto bytes = bytesOfBase64(content_);
-            if (bytes) value = Bytes::copyOf(*bytes);
-            return bytes.has_value();
+            auto bytes = bytesOfBase64(content);
+            if (!bytes) return false;
+            const auto owner = std::make_shared<const std::string>(*std::move(bytes));
+            value = Bytes::sharing(std::as_bytes(std::span(*owner)), owner);
+            return true;
         }
-        const std::string_view word = trimmed(content_);
+        const std::string_view word = trimmed(content);
         if (name == "integer") return readInteger(word, value);
         if (name == "real") return readReal(word, value);
         if (name == "date") return readDate(word, value);
@@ -265,14 +292,15 @@ private:
     bool readDictionary(const Tag& tag, std::size_t depth, PropertyList& value) {
         if (depth >= kMaxPropertyListDepth) return false;
         Dictionary dictionary;
+        std::string_view content;
         for (Tag next; !tag.isEmpty;) {
             if (!nextTag(next)) return false;
             if (next.isClosing) {
                 if (next.name != "dict") return false;
                 break;
             }
-            if (next.name != "key" || !count() || !takeContent(next, content_)) return false;
-            const std::u16string key = fromUtf8(content_);
+            if (next.name != "key" || !count() || !takeContent(next, content)) return false;
+            const std::u16string key = fromUtf8(content);
             PropertyList entry;
             if (!nextTag(next) || !readValue(next, depth + 1, entry)) return false;
             dictionary.set(key, std::move(entry));
@@ -282,7 +310,7 @@ private:
     }
 
     std::string_view rest_;
-    std::string content_;  // of the element at hand
+    std::string content_;  // of the last element whose text is not to be seen in the list
     std::size_t values_ = 0;
 };
 
