@@ -1,5 +1,6 @@
 #include "service/corvy_stack_helper.h"
 
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -161,7 +162,12 @@ std::optional<Dictionary> CorvyStackHelper::attributedStringWithContentsOfFile(
 }
 
 Dictionary CorvyStackHelper::searchableTextOfWebArchive(std::u16string_view path) {
-    WebArchiveText archive = searchableTextOfFile(path);
+    WebArchiveText archive;
+    try {
+        archive = searchableTextOfFile(path);
+    } catch (const std::bad_alloc&) {
+        // A file too large for this machine is one that cannot be read.
+    }
     Dictionary result;
     if (archive.text) result.set(u"String", *std::move(archive.text));
     if (archive.source) result.set(u"Source", *std::move(archive.source));
