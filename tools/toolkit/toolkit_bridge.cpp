@@ -22,8 +22,7 @@ OperationIndex indexOfOperations() {
          {scannerOperations, attributeOperations, entityOperations, queryOperations,
           strippingOperations, plainTextOperations, errorPageOperations, webArchiveOperations,
           characterOperations, characterSetOperations, addressOperations,
-          urlSimplificationOperations, dateOperations, resourceForkOperations,
-          settingOperations}) {
+          urlSimplificationOperations, dateOperations, resourceForkOperations, settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;
