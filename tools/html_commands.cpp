@@ -14,6 +14,7 @@
 #include "markup/link_queries.h"
 #include "markup/queries.h"
 #include "markup/stripping.h"
+#include "text/article.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
@@ -117,6 +118,10 @@ std::size_t lineWidth() {
     return TagListingStyle().width;
 }
 
+int printArticle(std::u16string_view page) {
+    return printFound(stripToArticle(page));
+}
+
 int printTags(std::u16string_view page, const HtmlOptions& options) {
     const std::string listing = tagListing(page, {lineWidth(), options.json});
     print(listing);
@@ -155,6 +160,7 @@ int htmlCommand(int argc, char** argv) {
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     what->add_flag("--links", options.links, "links with their text");
     what->add_flag("--objects", options.objects, "embedded objects, scripts and advertising");
+    auto* article = app.add_subcommand("article", "print the page cut down to its main article");
     auto* tags = app.add_subcommand("tags", "list tags and texts as the scanner sees them");
     tags->add_flag("--json", options.json, "one JSON object for each tag, with its location");
     for (CLI::App* command : app.get_subcommands({})) {
@@ -173,6 +179,7 @@ int htmlCommand(int argc, char** argv) {
     if (base->parsed()) return printBase(*page);
     if (canonical->parsed()) return printFound(htmlCanonicalURL(*page));
     if (strip->parsed()) return printStripped(*page, options);
+    if (article->parsed()) return printArticle(*page);
     return tags->parsed() ? printTags(*page, options) : kUsage;
 }
 

@@ -99,6 +99,7 @@ std::span<const Operation> strippingOperations();
 std::span<const Operation> characterOperations();
 std::span<const Operation> characterSetOperations();
 std::span<const Operation> addressOperations();
+std::span<const Operation> articleOperations();
 std::span<const Operation> settingOperations();
 
 }  // namespace corvy::tools

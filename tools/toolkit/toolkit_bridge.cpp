@@ -18,9 +18,10 @@ using OperationIndex = std::unordered_map<std::string_view, const Operation*>;
 
 OperationIndex indexOfOperations() {
     OperationIndex index;
-    for (const auto table : {scannerOperations, attributeOperations, entityOperations,
-                             queryOperations, strippingOperations, characterOperations,
-                             characterSetOperations, addressOperations, settingOperations}) {
+    for (const auto table :
+         {scannerOperations, attributeOperations, entityOperations, queryOperations,
+          strippingOperations, characterOperations, characterSetOperations, addressOperations,
+          articleOperations, settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;
