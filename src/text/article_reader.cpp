@@ -1,0 +1,280 @@
+#include "text/article_reader.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "foundation/character_tables.h"
+#include "foundation/text.h"
+#include "markup/entities.h"
+#include "text/page_blocks.h"
+
+namespace corvy {
+
+namespace {
+
+constexpr std::uint32_t kShortProse = 40;  // a sentence
+constexpr std::uint32_t kLongProse = 120;  // prose without marks of sentences
+constexpr std::uint32_t kLeastProse = 20;  // of a page that has any
+
+// What is known of an element beyond its tag.
+struct Part {
+    std::uint32_t prose = 0;   // units of it inside, weighted
+    std::uint32_t kept = 0;    // the same outside of parts that are left out
+    std::uint32_t length = 0;  // of all text
+    std::uint32_t linkLength = 0;
+    std::uint32_t prosaic = 0;  // blocks of prose right in it
+    bool left = false;          // it or one around it is left out
+    bool inItem = false;
+};
+
+struct Kind {
+    bool prose = false;
+    bool left = false;  // left out
+};
+
+// Text that fills a third of its units with ideographs or kana says more in fewer units.
+bool isDense(char16_t c) {
+    return c >= 0x2E80 && c < 0xE000;
+}
+
+bool endsSentence(char16_t c) {
+    return c == u'.' || c == u'!' || c == u'?' || c == 0x2026 || c == 0x3002 || c == 0xFF01 ||
+           c == 0xFF1F || c == 0x061F || c == 0x06D4 || c == 0x0964;
+}
+
+bool parts(char16_t c) {
+    return c == u',' || c == u';' || c == u':' || c == 0x3001 || c == 0xFF0C || c == 0x060C;
+}
+
+bool isBlank(char16_t c) {
+    return c <= u' ' || isWhite(c);
+}
+
+std::u16string collapsed(std::u16string_view text) {
+    std::u16string out;
+    for (const char16_t c : text) {
+        if (!isBlank(c)) {
+            out += c;
+        } else if (!out.empty() && out.back() != u' ') {
+            out += u' ';
+        }
+    }
+    if (out.ends_with(u' ')) out.pop_back();
+    return out;
+}
+
+// The title in the head without the name of the site behind or in front of it.
+std::u16string withoutSite(std::u16string_view title) {
+    std::size_t best = std::u16string_view::npos, width = 0;
+    for (const std::u16string_view mark :
+         {u" | ", u" - ", u" \u2013 ", u" \u2014 ", u" \u00BB ", u" :: ", u" \u00B7 "}) {
+        const std::size_t at = title.rfind(mark);
+        if (at == std::u16string_view::npos) continue;
+        if (best == std::u16string_view::npos || at > best) {
+            best = at;
+            width = mark.size();
+        }
+    }
+    if (best == std::u16string_view::npos) return std::u16string(title);
+    const std::u16string_view before = title.substr(0, best), behind = title.substr(best + width);
+    return std::u16string(before.size() * 2 >= behind.size() ? before : behind);
+}
+
+// The first of the highest headings that the title in the head repeats, else that title itself.
+std::u16string titleOf(const PageBlocks& page) {
+    constexpr std::size_t kLeast = 8;
+    const std::u16string title = collapsed(stringByConvertingEntitiesToCharacters(page.title));
+    std::u16string_view best;
+    unsigned bestLevel = 4;
+    for (const PageBlock& block : page.blocks) {
+        const PageElement& element = page.elements[block.element];
+        if (element.kind != ElementKind::kHeading || element.level >= bestLevel) continue;
+        const std::u16string_view text = page.textOf(block);
+        if (title.empty() ? element.level > 1
+                          : text.size() < kLeast || !containsNoCase(title, text)) {
+            continue;
+        }
+        best = text;
+        bestLevel = element.level;
+    }
+    return best.empty() ? withoutSite(title) : std::u16string(best);
+}
+
+class Reader {
+public:
+    Reader(PageBlocks page) : page_(std::move(page)) {}
+
+    std::optional<std::u16string> read(const ArticleTextOptions& options) {
+        if (page_.blocks.empty()) return std::nullopt;
+        findProse();
+        leaveOut();
+        const std::uint32_t main = findMain();
+        choose(main);
+        return write(options);
+    }
+
+private:
+    const PageElement& elementOf(const PageBlock& block) const {
+        return page_.elements[block.element];
+    }
+
+    // Prose is text in sentences, mostly not in links. Weighs it and adds it up by elements.
+    void findProse() {
+        parts_.resize(page_.elements.size());
+        prose_.resize(page_.blocks.size());
+        for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
+            const PageBlock& block = page_.blocks[i];
+            std::uint32_t dense = 0, ends = 0, commas = 0;
+            for (const char16_t c : page_.textOf(block)) {
+                dense += isDense(c) ? 1 : 0;
+                ends += endsSentence(c) ? 1 : 0;
+                commas += corvy::parts(c) ? 1 : 0;
+            }
+            const std::uint32_t weight = block.length + 2 * dense;
+            Part& part = parts_[block.element];
+            part.length += block.length;
+            part.linkLength += block.linkLength;
+            const ElementKind kind = elementOf(block).kind;
+            if (kind == ElementKind::kHeading || kind == ElementKind::kCaption) continue;
+            if (block.linkLength * 3 > block.length) continue;
+            const bool sentences = weight >= kShortProse && ends + commas > 0 &&
+                                   (ends > 0 || commas > 1 || weight >= 80);
+            if (!sentences && weight < kLongProse && kind != ElementKind::kCode) continue;
+            prose_[i] = weight - block.linkLength;
+            part.prose += prose_[i];
+            ++part.prosaic;
+        }
+        for (std::size_t i = parts_.size(); i-- > 1;) {
+            Part& outer = parts_[page_.elements[i].parent];
+            outer.prose += parts_[i].prose;
+            outer.length += parts_[i].length;
+            outer.linkLength += parts_[i].linkLength;
+        }
+    }
+
+    // Marks the elements that are around the content, unless they hold much of the prose.
+    void leaveOut() {
+        const std::uint64_t all = parts_[0].prose;
+        for (std::size_t i = 1; i < parts_.size(); ++i) {
+            const PageElement& element = page_.elements[i];
+            Part& part = parts_[i];
+            part.inItem = parts_[element.parent].inItem || element.kind == ElementKind::kItem;
+            if (parts_[element.parent].left) {
+                part.left = true;
+                continue;
+            }
+            bool around = element.hint == Hint::kAround || element.kind == ElementKind::kChrome ||
+                          element.kind == ElementKind::kForm ||
+                          element.kind == ElementKind::kHeader ||
+                          element.kind == ElementKind::kCaption;
+            if (around) part.left = part.prose * std::uint64_t{10} < all * 4;
+            if (element.hint == Hint::kComments) {
+                part.left = part.prose * std::uint64_t{10} < all * 8;
+            }
+        }
+        for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
+            const std::uint32_t element = page_.blocks[i].element;
+            if (!parts_[element].left) parts_[element].kept += prose_[i];
+        }
+        for (std::size_t i = parts_.size(); i-- > 1;) {
+            parts_[page_.elements[i].parent].kept += parts_[i].kept;
+        }
+    }
+
+    // The smallest element that holds most of the prose.
+    std::uint32_t findMain() const {
+        std::uint32_t main = 0;
+        // An element that is named as the body of the article needs less of it.
+        const std::uint64_t all = parts_[0].kept;
+        std::uint64_t best = 0;
+        for (std::uint32_t i = 1; i < parts_.size(); ++i) {
+            if (page_.elements[i].hint != Hint::kBody || parts_[i].left) continue;
+            if (parts_[i].kept > best && parts_[i].kept * std::uint64_t{10} >= all * 4) {
+                best = parts_[i].kept;
+                main = i;
+            }
+        }
+        for (;;) {
+            std::uint32_t child = 0;
+            for (std::uint32_t i = main + 1; i < page_.elements[main].end;
+                 i = page_.elements[i].end) {
+                if (parts_[i].kept > (child == 0 ? 0 : parts_[child].kept)) child = i;
+            }
+            if (child == 0 ||
+                parts_[child].kept * std::uint64_t{100} < parts_[main].kept * std::uint64_t{75}) {
+                return main;
+            }
+            if (page_.elements[child].kind == ElementKind::kParagraph) return main;
+            main = child;
+        }
+    }
+
+    // Which blocks of the main part are kept.
+    void choose(std::uint32_t main) {
+        const PageElement& element = page_.elements[main];
+        chosen_.assign(page_.blocks.size(), false);
+        std::size_t first = element.endBlock, last = element.firstBlock;
+        for (std::size_t i = element.firstBlock; i < element.endBlock; ++i) {
+            if (prose_[i] == 0 || parts_[page_.blocks[i].element].left) continue;
+            first = std::min(first, i);
+            last = std::max(last, i);
+            chosen_[i] = true;
+        }
+        for (std::size_t i = first; i < last; ++i) {
+            const PageBlock& block = page_.blocks[i];
+            if (chosen_[i] || parts_[block.element].left) continue;
+            chosen_[i] = belongs(block);
+        }
+    }
+
+    bool belongs(const PageBlock& block) const {
+        const PageElement& element = elementOf(block);
+        if (block.linkLength * 2 > block.length) return false;
+        switch (element.kind) {
+            case ElementKind::kHeading:
+            case ElementKind::kParagraph:
+            case ElementKind::kQuote:
+            case ElementKind::kCode:
+            case ElementKind::kItem: return true;
+            default: return parts_[block.element].prosaic > 0;
+        }
+    }
+
+    std::optional<std::u16string> write(const ArticleTextOptions& options) const {
+        const std::u16string title = titleOf(page_);
+        std::u16string out;
+        if (options.title) out = title;
+        bool wasItem = false;
+        bool any = false;
+        for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
+            if (!chosen_[i]) continue;
+            const PageBlock& block = page_.blocks[i];
+            const std::u16string_view text = page_.textOf(block);
+            if (elementOf(block).kind == ElementKind::kHeading && text == title) continue;
+            const bool isItem = parts_[block.element].inItem;
+            if (!out.empty()) out += isItem && wasItem ? u"\n" : u"\n\n";
+            if (isItem) out += u"- ";
+            out += text;
+            wasItem = isItem;
+            any = true;
+        }
+        if (!any) return std::nullopt;
+        return out;
+    }
+
+    PageBlocks page_;
+    std::vector<Part> parts_;           // of the elements
+    std::vector<std::uint32_t> prose_;  // its weight, by blocks; 0 for what is none
+    std::vector<bool> chosen_;          // blocks
+};
+
+}  // namespace
+
+std::optional<std::u16string> articleText(std::u16string_view html,
+                                          const ArticleTextOptions& options) {
+    return Reader(blocksOfPage(html)).read(options);
+}
+
+}  // namespace corvy
