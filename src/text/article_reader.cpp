@@ -29,11 +29,6 @@ struct Part {
     bool inItem = false;
 };
 
-struct Kind {
-    bool prose = false;
-    bool left = false;  // left out
-};
-
 // Text that fills a third of its units with ideographs or kana says more in fewer units.
 bool isDense(char16_t c) {
     return c >= 0x2E80 && c < 0xE000;
@@ -46,6 +41,40 @@ bool endsSentence(char16_t c) {
 
 bool parts(char16_t c) {
     return c == u',' || c == u';' || c == u':' || c == 0x3001 || c == 0xFF0C || c == 0x060C;
+}
+
+#include "text/boilerplate.inc"
+
+bool beginsWith(std::u16string_view text, std::u16string_view lower) {
+    return text.size() >= lower.size() &&
+           std::equal(lower.begin(), lower.end(), text.begin(),
+                      [](char16_t a, char16_t b) { return a == toLower(b); });
+}
+
+bool isBoilerplate(std::u16string_view text) {
+    constexpr std::size_t kLongest = 80;
+    return text.size() <= kLongest &&
+           std::ranges::any_of(kBoilerplate, [text](std::u16string_view beginning) {
+               return beginsWith(text, beginning);
+           });
+}
+
+bool isClosing(std::u16string_view heading) {
+    constexpr std::size_t kLongest = 40;
+    return heading.size() <= kLongest &&
+           std::ranges::any_of(kClosingHeadings, [heading](std::u16string_view beginning) {
+               return beginsWith(heading, beginning);
+           });
+}
+
+// The last unit, closing quotes and brackets apart, ends a sentence.
+bool endsAsSentence(std::u16string_view text) {
+    while (!text.empty() && (text.back() == u'"' || text.back() == u'\'' || text.back() == u')' ||
+                             text.back() == 0x201D || text.back() == 0x2019 ||
+                             text.back() == 0xBB || text.back() == 0x300D)) {
+        text.remove_suffix(1);
+    }
+    return !text.empty() && (endsSentence(text.back()) || text.back() == u':');
 }
 
 bool isBlank(char16_t c) {
@@ -80,26 +109,6 @@ std::u16string withoutSite(std::u16string_view title) {
     if (best == std::u16string_view::npos) return std::u16string(title);
     const std::u16string_view before = title.substr(0, best), behind = title.substr(best + width);
     return std::u16string(before.size() * 2 >= behind.size() ? before : behind);
-}
-
-// The first of the highest headings that the title in the head repeats, else that title itself.
-std::u16string titleOf(const PageBlocks& page) {
-    constexpr std::size_t kLeast = 8;
-    const std::u16string title = collapsed(stringByConvertingEntitiesToCharacters(page.title));
-    std::u16string_view best;
-    unsigned bestLevel = 4;
-    for (const PageBlock& block : page.blocks) {
-        const PageElement& element = page.elements[block.element];
-        if (element.kind != ElementKind::kHeading || element.level >= bestLevel) continue;
-        const std::u16string_view text = page.textOf(block);
-        if (title.empty() ? element.level > 1
-                          : text.size() < kLeast || !containsNoCase(title, text)) {
-            continue;
-        }
-        best = text;
-        bestLevel = element.level;
-    }
-    return best.empty() ? withoutSite(title) : std::u16string(best);
 }
 
 class Reader {
@@ -156,7 +165,18 @@ private:
 
     // Marks the elements that are around the content, unless they hold much of the prose.
     void leaveOut() {
-        const std::uint64_t all = parts_[0].prose;
+        std::uint64_t all = parts_[0].prose;
+        for (std::size_t i = 1; i < parts_.size();) {
+            const PageElement& element = page_.elements[i];
+            if (element.hint != Hint::kComments ||
+                parts_[i].prose * std::uint64_t{10} >= parts_[0].prose * std::uint64_t{8}) {
+                ++i;
+                continue;
+            }
+            parts_[i].left = true;
+            all -= parts_[i].prose;
+            i = element.end;
+        }
         for (std::size_t i = 1; i < parts_.size(); ++i) {
             const PageElement& element = page_.elements[i];
             Part& part = parts_[i];
@@ -170,9 +190,6 @@ private:
                           element.kind == ElementKind::kHeader ||
                           element.kind == ElementKind::kCaption;
             if (around) part.left = part.prose * std::uint64_t{10} < all * 4;
-            if (element.hint == Hint::kComments) {
-                part.left = part.prose * std::uint64_t{10} < all * 8;
-            }
         }
         for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
             const std::uint32_t element = page_.blocks[i].element;
@@ -211,39 +228,134 @@ private:
         }
     }
 
+    // Leaves out what is a third or more of links, in the main part: rows of teasers.
+    void leaveOutTeasers(std::uint32_t main) {
+        for (std::uint32_t i = main + 1; i < page_.elements[main].end; ++i) {
+            Part& part = parts_[i];
+            if (parts_[page_.elements[i].parent].left && page_.elements[i].parent != main) {
+                part.left = true;
+            }
+            const ElementKind kind = page_.elements[i].kind;
+            if (kind == ElementKind::kGroup || kind == ElementKind::kArticle) {
+                part.left = part.left || (part.prosaic == 0 && part.linkLength * 3 > part.length &&
+                                          part.kept * std::uint64_t{4} < parts_[main].kept);
+            } else if (kind == ElementKind::kList) {
+                part.left = part.left || part.linkLength * 2 > part.length;
+            }
+        }
+    }
+
     // Which blocks of the main part are kept.
     void choose(std::uint32_t main) {
         const PageElement& element = page_.elements[main];
         chosen_.assign(page_.blocks.size(), false);
+        leaveOutTeasers(main);
         std::size_t first = element.endBlock, last = element.firstBlock;
         for (std::size_t i = element.firstBlock; i < element.endBlock; ++i) {
             if (prose_[i] == 0 || parts_[page_.blocks[i].element].left) continue;
             first = std::min(first, i);
-            last = std::max(last, i);
-            chosen_[i] = true;
+            last = i;
         }
-        for (std::size_t i = first; i < last; ++i) {
+        if (first > last) return;
+        // Headings right in front of the first prose, and what ends its last list or element.
+        while (first > element.firstBlock && isKeptHeading(page_.blocks[first - 1])) --first;
+        const std::uint32_t lastElement = page_.blocks[last].element;
+        const std::uint32_t lastOuter = page_.elements[lastElement].parent;
+        while (last + 1 < element.endBlock) {
+            const PageBlock& next = page_.blocks[last + 1];
+            const bool sameList = parts_[lastElement].inItem && parts_[next.element].inItem &&
+                                  page_.elements[next.element].parent == lastOuter;
+            if (!(sameList || next.element == lastElement) || !belongs(next)) break;
+            ++last;
+        }
+        const std::uint64_t all = parts_[main].kept;
+        std::uint64_t seen = 0;
+        unsigned closedLevel = 0;  // of the heading of a section that is no part of the text
+        for (std::size_t i = first; i <= last; ++i) {
             const PageBlock& block = page_.blocks[i];
-            if (chosen_[i] || parts_[block.element].left) continue;
-            chosen_[i] = belongs(block);
+            const PageElement& own = elementOf(block);
+            if (parts_[block.element].left) continue;
+            if (own.kind == ElementKind::kHeading &&
+                (closedLevel == 0 || own.level <= closedLevel)) {
+                closedLevel = seen * 3 > all && isClosing(page_.textOf(block)) ? own.level : 0;
+            }
+            if (closedLevel != 0) continue;
+            seen += prose_[i];
+            chosen_[i] = (prose_[i] != 0 || belongs(block)) && !isBoilerplate(page_.textOf(block));
+        }
+        dropEmptyHeadings(first, last);
+    }
+
+    bool isKeptHeading(const PageBlock& block) const {
+        return elementOf(block).kind == ElementKind::kHeading && !parts_[block.element].left &&
+               block.linkLength * 2 <= block.length;
+    }
+
+    // A heading stays when text follows before the next one of its level or above.
+    void dropEmptyHeadings(std::size_t first, std::size_t last) {
+        unsigned level = 7;  // headings from here on up have text
+        bool hasText = false;
+        for (std::size_t i = last + 1; i-- > first;) {
+            if (!chosen_[i]) continue;
+            const PageElement& element = elementOf(page_.blocks[i]);
+            if (element.kind != ElementKind::kHeading) {
+                hasText = true;
+                level = 7;
+                continue;
+            }
+            if (!hasText && element.level >= level) chosen_[i] = false;
+            if (chosen_[i]) {
+                level = element.level;
+                hasText = false;
+            }
         }
     }
 
     bool belongs(const PageBlock& block) const {
         const PageElement& element = elementOf(block);
-        if (block.linkLength * 2 > block.length) return false;
+        const std::u16string_view text = page_.textOf(block);
+        const bool sentence = endsAsSentence(text);
+        const std::uint32_t plain = block.length - block.linkLength;
+        if (block.linkLength > plain && !(sentence && plain >= 30)) return false;
         switch (element.kind) {
             case ElementKind::kHeading:
             case ElementKind::kParagraph:
             case ElementKind::kQuote:
             case ElementKind::kCode:
             case ElementKind::kItem: return true;
-            default: return parts_[block.element].prosaic > 0;
+            default:
+                return parts_[block.element].prosaic > 0 ||
+                       (sentence && block.length >= 15 && block.linkLength == 0);
         }
     }
 
+    // The highest heading that the title in the head repeats, else the first heading in front of
+    // the text, else the title in the head.
+    std::u16string title() const {
+        constexpr std::size_t kLeast = 8;
+        const std::u16string inHead =
+            collapsed(stringByConvertingEntitiesToCharacters(page_.title));
+        const std::size_t start = static_cast<std::size_t>(
+            std::find(chosen_.begin(), chosen_.end(), true) - chosen_.begin());
+        std::u16string_view best, first;
+        unsigned bestLevel = 4;
+        for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
+            const PageElement& element = elementOf(page_.blocks[i]);
+            if (element.kind != ElementKind::kHeading) continue;
+            const std::u16string_view text = page_.textOf(page_.blocks[i]);
+            if (element.level == 1 && i <= start) first = text;
+            if (element.level < bestLevel && text.size() >= kLeast &&
+                containsNoCase(inHead, text)) {
+                best = text;
+                bestLevel = element.level;
+            }
+        }
+        if (best.empty()) best = first;
+        return best.empty() ? withoutSite(inHead) : std::u16string(best);
+    }
+
     std::optional<std::u16string> write(const ArticleTextOptions& options) const {
-        const std::u16string title = titleOf(page_);
+        const std::u16string title = this->title();
         std::u16string out;
         if (options.title) out = title;
         bool wasItem = false;

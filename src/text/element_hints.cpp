@@ -38,6 +38,7 @@ enum class Meaning : std::uint8_t {
     kAround,
     kComments,
     kState,  // open, closed: a setting of the page, not a part of it
+    kPost,   // a whole article, whose further words are its properties
 };
 
 struct Entry {
@@ -130,7 +131,7 @@ public:
         endToken();
     }
 
-    Hint hint() const { return hint_; }
+    Hint hint() const { return post_ ? Hint::kNone : hint_; }
 
 private:
     void endWord(WordKey& key) {
@@ -143,6 +144,7 @@ private:
             case Meaning::kAround: around_ = true; break;
             case Meaning::kComments: comments_ = true; break;
             case Meaning::kState: state_ = true; break;
+            case Meaning::kPost: post_ = true; break;
         }
         key = {};
     }
@@ -161,6 +163,7 @@ private:
     }
 
     Hint hint_ = Hint::kNone;
+    bool post_ = false;
     bool subject_ = false, body_ = false, around_ = false, comments_ = false, state_ = false;
 };
 
