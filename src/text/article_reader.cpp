@@ -5,18 +5,14 @@
 #include <cstdint>
 #include <vector>
 
-#include "foundation/character_tables.h"
 #include "foundation/text.h"
 #include "markup/entities.h"
 #include "text/page_blocks.h"
+#include "text/prose.h"
 
 namespace corvy {
 
 namespace {
-
-constexpr std::uint32_t kShortProse = 40;  // a sentence
-constexpr std::uint32_t kLongProse = 120;  // prose without marks of sentences
-constexpr std::uint32_t kLeastProse = 20;  // of a page that has any
 
 // What is known of an element beyond its tag.
 struct Part {
@@ -28,88 +24,6 @@ struct Part {
     bool left = false;          // it or one around it is left out
     bool inItem = false;
 };
-
-// Text that fills a third of its units with ideographs or kana says more in fewer units.
-bool isDense(char16_t c) {
-    return c >= 0x2E80 && c < 0xE000;
-}
-
-bool endsSentence(char16_t c) {
-    return c == u'.' || c == u'!' || c == u'?' || c == 0x2026 || c == 0x3002 || c == 0xFF01 ||
-           c == 0xFF1F || c == 0x061F || c == 0x06D4 || c == 0x0964;
-}
-
-bool parts(char16_t c) {
-    return c == u',' || c == u';' || c == u':' || c == 0x3001 || c == 0xFF0C || c == 0x060C;
-}
-
-#include "text/boilerplate.inc"
-
-bool beginsWith(std::u16string_view text, std::u16string_view lower) {
-    return text.size() >= lower.size() &&
-           std::equal(lower.begin(), lower.end(), text.begin(),
-                      [](char16_t a, char16_t b) { return a == toLower(b); });
-}
-
-bool isBoilerplate(std::u16string_view text) {
-    constexpr std::size_t kLongest = 80;
-    return text.size() <= kLongest &&
-           std::ranges::any_of(kBoilerplate, [text](std::u16string_view beginning) {
-               return beginsWith(text, beginning);
-           });
-}
-
-bool isClosing(std::u16string_view heading) {
-    constexpr std::size_t kLongest = 40;
-    return heading.size() <= kLongest &&
-           std::ranges::any_of(kClosingHeadings, [heading](std::u16string_view beginning) {
-               return beginsWith(heading, beginning);
-           });
-}
-
-// The last unit, closing quotes and brackets apart, ends a sentence.
-bool endsAsSentence(std::u16string_view text) {
-    while (!text.empty() && (text.back() == u'"' || text.back() == u'\'' || text.back() == u')' ||
-                             text.back() == 0x201D || text.back() == 0x2019 ||
-                             text.back() == 0xBB || text.back() == 0x300D)) {
-        text.remove_suffix(1);
-    }
-    return !text.empty() && (endsSentence(text.back()) || text.back() == u':');
-}
-
-bool isBlank(char16_t c) {
-    return c <= u' ' || isWhite(c);
-}
-
-std::u16string collapsed(std::u16string_view text) {
-    std::u16string out;
-    for (const char16_t c : text) {
-        if (!isBlank(c)) {
-            out += c;
-        } else if (!out.empty() && out.back() != u' ') {
-            out += u' ';
-        }
-    }
-    if (out.ends_with(u' ')) out.pop_back();
-    return out;
-}
-
-// The title in the head without the name of the site behind or in front of it.
-std::u16string withoutSite(std::u16string_view title) {
-    std::size_t best = std::u16string_view::npos, width = 0;
-    for (const std::u16string_view mark :
-         {u" | ", u" - ", u" \u2013 ", u" \u2014 ", u" \u00BB ", u" :: ", u" \u00B7 "}) {
-        const std::size_t at = title.rfind(mark);
-        if (at == std::u16string_view::npos) continue;
-        if (best == std::u16string_view::npos || at > best) {
-            best = at;
-            width = mark.size();
-        }
-    }
-    if (best == std::u16string_view::npos) return std::u16string(title);
-    const std::u16string_view before = title.substr(0, best), behind = title.substr(best + width);
-    return std::u16string(before.size() * 2 >= behind.size() ? before : behind);
-}
 
 class Reader {
 public:
@@ -135,23 +49,17 @@ private:
         prose_.resize(page_.blocks.size());
         for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
             const PageBlock& block = page_.blocks[i];
-            std::uint32_t dense = 0, ends = 0, commas = 0;
-            for (const char16_t c : page_.textOf(block)) {
-                dense += isDense(c) ? 1 : 0;
-                ends += endsSentence(c) ? 1 : 0;
-                commas += corvy::parts(c) ? 1 : 0;
-            }
-            const std::uint32_t weight = block.length + 2 * dense;
             Part& part = parts_[block.element];
             part.length += block.length;
             part.linkLength += block.linkLength;
             const ElementKind kind = elementOf(block).kind;
-            if (kind == ElementKind::kHeading || kind == ElementKind::kCaption) continue;
-            if (block.linkLength * 3 > block.length) continue;
-            const bool sentences = weight >= kShortProse && ends + commas > 0 &&
-                                   (ends > 0 || commas > 1 || weight >= 80);
-            if (!sentences && weight < kLongProse && kind != ElementKind::kCode) continue;
-            prose_[i] = weight - block.linkLength;
+            if (kind == ElementKind::kHeading || kind == ElementKind::kCaption ||
+                block.linkLength * 3 > block.length) {
+                continue;
+            }
+            const Prose prose = proseOf(page_.textOf(block));
+            if (!prose.isProse && kind != ElementKind::kCode) continue;
+            prose_[i] = prose.weight - block.linkLength;
             part.prose += prose_[i];
             ++part.prosaic;
         }
@@ -197,6 +105,12 @@ private:
         }
         for (std::size_t i = parts_.size(); i-- > 1;) {
             parts_[page_.elements[i].parent].kept += parts_[i].kept;
+        }
+        if (parts_[0].kept > 0) return;
+        // Nothing is left: a page whose marks mean nothing.
+        for (Part& part : parts_) {
+            part.left = false;
+            part.kept = part.prose;
         }
     }
 
@@ -275,15 +189,48 @@ private:
             const PageBlock& block = page_.blocks[i];
             const PageElement& own = elementOf(block);
             if (parts_[block.element].left) continue;
-            if (own.kind == ElementKind::kHeading &&
-                (closedLevel == 0 || own.level <= closedLevel)) {
-                closedLevel = seen * 3 > all && isClosing(page_.textOf(block)) ? own.level : 0;
+            const std::u16string_view text = page_.textOf(block);
+            if (own.kind == ElementKind::kHeading) {
+                if (closedLevel == 0 || own.level <= closedLevel) {
+                    closedLevel = seen * 3 > all && closesText(text) ? own.level : 0;
+                }
+                if (headsTeasers(text)) continue;
             }
             if (closedLevel != 0) continue;
             seen += prose_[i];
-            chosen_[i] = (prose_[i] != 0 || belongs(block)) && !isBoilerplate(page_.textOf(block));
+            chosen_[i] = (prose_[i] != 0 || belongs(block)) && !isBoilerplate(text);
         }
+        dropShortTail(first, last);
         dropEmptyHeadings(first, last);
+    }
+
+    // Many blocks in a row that are not kept part the text into stretches, cells of tables apart.
+    // What comes behind the longest stretch and is short next to it is not of the article.
+    void dropShortTail(std::size_t first, std::size_t last) {
+        constexpr unsigned kGap = 8;  // blocks
+        struct Stretch {
+            std::size_t first;
+            std::uint64_t prose;
+        };
+        std::vector<Stretch> stretches = {{first, 0}};
+        unsigned gap = 0;
+        for (std::size_t i = first; i <= last; ++i) {
+            if (!chosen_[i]) {
+                gap += elementOf(page_.blocks[i]).kind == ElementKind::kCell ? 0 : 1;
+                continue;
+            }
+            if (gap >= kGap) stretches.push_back({i, 0});
+            stretches.back().prose += prose_[i];
+            gap = 0;
+        }
+        const auto longest =
+            std::max_element(stretches.begin(), stretches.end(),
+                             [](const Stretch& a, const Stretch& b) { return a.prose < b.prose; });
+        for (auto tail = longest + 1; tail != stretches.end(); ++tail) {
+            if (tail->prose * 4 >= longest->prose) continue;
+            const std::size_t end = tail + 1 == stretches.end() ? last + 1 : (tail + 1)->first;
+            for (std::size_t i = tail->first; i < end; ++i) chosen_[i] = false;
+        }
     }
 
     bool isKeptHeading(const PageBlock& block) const {

@@ -1,4 +1,5 @@
 #include "text/article.h"
+#include "text/article_reader.h"
 #include "text/sharing_links.h"
 #include "tools/toolkit/operation.h"
 
@@ -16,6 +17,7 @@ constexpr Operation kOperations[] = {
         return length < 0 ? 0
                           : numberOfWordsOfCharacters(characters, static_cast<std::size_t>(length));
     }>("numberOfWordsOfCharacters:length:"),
+    method<[](Text html) { return articleText(html); }>("articleTextWithOptions:"),
     method<stringURLIsBookmarklet>("stringURLIsBookmarklet"),
 };
 
