@@ -20,6 +20,7 @@ struct Part {
     std::uint32_t kept = 0;    // the same outside of parts that are left out
     std::uint32_t length = 0;  // of all text
     std::uint32_t linkLength = 0;
+    std::uint32_t linkLines = 0;  // of all text, in blocks that are links
     std::uint32_t prosaic = 0;  // blocks of prose right in it
     bool left = false;          // it or one around it is left out
     bool inItem = false;
@@ -53,6 +54,7 @@ private:
             part.length += block.length;
             part.linkLength += block.linkLength;
             const ElementKind kind = elementOf(block).kind;
+            if (block.linkLength * 2 > block.length) part.linkLines += block.length;
             if (kind == ElementKind::kHeading || kind == ElementKind::kCaption ||
                 block.linkLength * 3 > block.length) {
                 continue;
@@ -68,6 +70,7 @@ private:
             outer.prose += parts_[i].prose;
             outer.length += parts_[i].length;
             outer.linkLength += parts_[i].linkLength;
+            outer.linkLines += parts_[i].linkLines;
         }
     }
 
@@ -85,7 +88,7 @@ private:
             all -= parts_[i].prose;
             i = element.end;
         }
-        for (std::size_t i = 1; i < parts_.size(); ++i) {
+        for (std::uint32_t i = 1; i < parts_.size(); ++i) {
             const PageElement& element = page_.elements[i];
             Part& part = parts_[i];
             part.inItem = parts_[element.parent].inItem || element.kind == ElementKind::kItem;
@@ -97,6 +100,7 @@ private:
                           element.kind == ElementKind::kForm ||
                           element.kind == ElementKind::kHeader ||
                           element.kind == ElementKind::kCaption;
+            around = around || isTeaser(i);
             if (around) part.left = part.prose * std::uint64_t{10} < all * 4;
         }
         for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
@@ -114,6 +118,17 @@ private:
         }
     }
 
+    // A few lines of prose with links over or under them.
+    bool isTeaser(std::uint32_t i) const {
+        constexpr std::uint32_t kLongest = 500;
+        const Part& part = parts_[i];
+        const ElementKind kind = page_.elements[i].kind;
+        return (kind == ElementKind::kGroup || kind == ElementKind::kItem ||
+                kind == ElementKind::kArticle) &&
+               part.length < kLongest && part.linkLines * 6 > part.length &&
+               part.prose * std::uint64_t{4} < parts_[0].prose;
+    }
+
     // The smallest element that holds most of the prose.
     std::uint32_t findMain() const {
         std::uint32_t main = 0;
@@ -122,7 +137,7 @@ private:
         std::uint64_t best = 0;
         for (std::uint32_t i = 1; i < parts_.size(); ++i) {
             if (page_.elements[i].hint != Hint::kBody || parts_[i].left) continue;
-            if (parts_[i].kept > best && parts_[i].kept * std::uint64_t{10} >= all * 4) {
+            if (parts_[i].kept > best && parts_[i].kept * std::uint64_t{4} >= all) {
                 best = parts_[i].kept;
                 main = i;
             }

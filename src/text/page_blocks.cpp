@@ -138,7 +138,11 @@ public:
         if (call.tagKind == TagKindEnd) return finish();
         if (call.tagKind != TagKindElement || call.nameLength == 0) return;
         const std::uint64_t key = keyOf(call.name());
-        const Name name = nameOf(key);
+        Name name = nameOf(key);
+        // The elements that pages define for themselves are mostly blocks.
+        if (name.markup == Markup::kInline && call.name().find(u'-') < call.nameLength) {
+            name = element(ElementKind::kGroup);
+        }
         const bool starts = call.characters[call.tagLocation + 1] != u'/';
         switch (name.markup) {
             case Markup::kInline: return;
