@@ -14,6 +14,8 @@
 #include "markup/link_queries.h"
 #include "markup/queries.h"
 #include "markup/stripping.h"
+#include "text/article.h"
+#include "text/article_reader.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
@@ -30,6 +32,7 @@ struct HtmlOptions {
     bool json = false;
     bool links = false;
     bool objects = false;
+    bool reader = false;
     std::string name;  // of a meta tag, or of the tags to strip
     std::string attributes;
     std::vector<std::string> bodies;
@@ -117,6 +120,10 @@ std::size_t lineWidth() {
     return TagListingStyle().width;
 }
 
+int printArticle(std::u16string_view page, const HtmlOptions& options) {
+    return printFound(options.reader ? articleText(page) : stripToArticle(page));
+}
+
 int printTags(std::u16string_view page, const HtmlOptions& options) {
     const std::string listing = tagListing(page, {lineWidth(), options.json});
     print(listing);
@@ -153,6 +160,9 @@ int htmlCommand(int argc, char** argv) {
         ->allow_extra_args(false);
     what->add_flag("--links", options.links, "links with their text");
     what->add_flag("--objects", options.objects, "embedded objects, scripts and advertising");
+    auto* article = app.add_subcommand("article", "print the page cut down to its main article");
+    article->add_flag("--reader", options.reader,
+                      "print its text instead, for any page that holds prose");
     auto* tags = app.add_subcommand("tags", "list tags and texts as the scanner sees them");
     tags->add_flag("--json", options.json, "one JSON object for each tag, with its location");
     for (CLI::App* command : app.get_subcommands({})) {
@@ -171,6 +181,7 @@ int htmlCommand(int argc, char** argv) {
     if (base->parsed()) return printBase(*page);
     if (canonical->parsed()) return printFound(htmlCanonicalURL(*page));
     if (strip->parsed()) return printStripped(*page, options);
+    if (article->parsed()) return printArticle(*page, options);
     return tags->parsed() ? printTags(*page, options) : kUsage;
 }
 

@@ -40,14 +40,14 @@ constexpr std::u16string_view kRateLimitTexts[] = {
     u"Sorry. You have exceeded the allowed page load frequency. Come back later...",
     u"You have exceeded the allowed page load frequency. Please try again in a minute.",
     u"You have exceeded the allowed page load frequency. Please reload the page in 15 seconds.",
-    u"You have exceeded the allowed page load frequency. Wait a few seconds, then you can refresh "
-    u"and continue.",
-    u"You have exceeded the allowed page load frequency. Please wait a few seconds before "
-    u"reloading the page.",
-    u"Due to spam, we limit the number of times a page can be loaded. You have exceeded the "
-    u"allowed page load frequency.",
-    u"You have exceeded the allowed page load frequency. Please wait a moment then try again. "
-    u"Thank you.",
+    (u"You have exceeded the allowed page load frequency. Wait a few seconds, then you can refresh "
+     u"and continue."),
+    (u"You have exceeded the allowed page load frequency. Please wait a few seconds before "
+     u"reloading the page."),
+    (u"Due to spam, we limit the number of times a page can be loaded. You have exceeded the "
+     u"allowed page load frequency."),
+    (u"You have exceeded the allowed page load frequency. Please wait a moment then try again. "
+     u"Thank you."),
     u"Woah, slow down! You have exceeded the allowed page load frequency.",
 };
 
@@ -92,10 +92,10 @@ bool isNamedNotFound(std::u16string_view url) {
 }  // namespace
 
 bool isErrorPageTitle(std::u16string_view title, std::u16string_view text,
-                      std::u16string_view URL) {
-    if (!title.empty() && titleTellsError(title, text, URL)) return true;
+                      std::u16string_view url) {
+    if (!title.empty() && titleTellsError(title, text, url)) return true;
     if (text.empty()) return false;
-    if (isNamedNotFound(URL)) {
+    if (isNamedNotFound(url)) {
         return std::any_of(std::begin(kNotFoundPhrases), std::end(kNotFoundPhrases),
                            [text](auto phrase) { return containsNoCase(text, phrase); });
     }

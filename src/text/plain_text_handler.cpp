@@ -5,109 +5,13 @@
 #include "foundation/text.h"
 #include "markup/tag_predicates.h"
 #include "text/plain_text_run.h"
+#include "text/plain_text_tag.h"
 
 namespace corvy {
 
 namespace {
 
-// The tags that mean something, those that mean the same as one.
-enum class Tag : std::uint8_t {
-    other,
-    anchor,
-    block,  // p, hr, blockquote
-    body,
-    cell,  // td, th
-    code,  // code, cite
-    div,
-    font,
-    head,
-    heading,  // h0 to h9
-    iframe,
-    image,
-    input,
-    line,  // br, li, ol, ul, dd, dl, dt
-    marquee,
-    noframes,
-    noscript,
-    option,
-    preformatted,  // pre, plaintext
-    row,
-    select,
-    table,
-    textarea,
-    title,
-};
-
-// A name of up to eight characters as one number.
-constexpr std::uint64_t key(std::string_view name) {
-    std::uint64_t key = 0;
-    for (const char c : name) key = key << 8 | static_cast<std::uint8_t>(c);
-    return key;
-}
-constexpr std::size_t kLongestKey = 8;
-
-bool equalsAscii(std::u16string_view name, std::u16string_view lowerCaseName) {
-    return std::equal(name.begin(), name.end(), lowerCaseName.begin(), lowerCaseName.end(),
-                      [](char16_t a, char16_t b) { return (a | (a <= u'Z' ? 0x20 : 0)) == b; });
-}
-
-Tag tagNamed(std::u16string_view name) {
-    if (name.size() > kLongestKey) {
-        return equalsAscii(name, u"plaintext")    ? Tag::preformatted
-               : equalsAscii(name, u"blockquote") ? Tag::block
-                                                  : Tag::other;
-    }
-    std::uint64_t letters = 0;
-    for (const char16_t c : name) {
-        if (c >= 0x80) return Tag::other;
-        const bool isUpper = c >= u'A' && c <= u'Z';
-        letters = letters << 8 | c | (isUpper ? 0x20U : 0U);
-    }
-    switch (letters) {
-        case key("a"): return Tag::anchor;
-        case key("p"):
-        case key("hr"): return Tag::block;
-        case key("br"):
-        case key("li"):
-        case key("ol"):
-        case key("ul"):
-        case key("dd"):
-        case key("dl"):
-        case key("dt"): return Tag::line;
-        case key("tr"): return Tag::row;
-        case key("td"):
-        case key("th"): return Tag::cell;
-        case key("h0"):
-        case key("h1"):
-        case key("h2"):
-        case key("h3"):
-        case key("h4"):
-        case key("h5"):
-        case key("h6"):
-        case key("h7"):
-        case key("h8"):
-        case key("h9"): return Tag::heading;
-        case key("div"): return Tag::div;
-        case key("img"): return Tag::image;
-        case key("pre"): return Tag::preformatted;
-        case key("body"): return Tag::body;
-        case key("cite"):
-        case key("code"): return Tag::code;
-        case key("font"): return Tag::font;
-        case key("head"): return Tag::head;
-        case key("input"): return Tag::input;
-        case key("table"): return Tag::table;
-        case key("title"): return Tag::title;
-        case key("iframe"): return Tag::iframe;
-        case key("option"): return Tag::option;
-        case key("select"): return Tag::select;
-        case key("marquee"): return Tag::marquee;
-        case key("noframes"): return Tag::noframes;
-        case key("noscript"): return Tag::noscript;
-        case key("textarea"): return Tag::textarea;
-        default: return Tag::other;
-    }
-}
+using Tag = PlainTextTag;
 
 // These are asked of tags with a name, which have three units at least.
 
@@ -140,11 +44,35 @@ bool isMovedAway(std::u16string_view style) {
     return offset(u"TOP") < kNearest || offset(u"LEFT") < kNearest;
 }
 
+// Whether the tag may hide by more than its class. All that says so ("style", "visibility",
+// "display:", "width") has one of three pairs of letters, which are rare; one pass looks for them.
+bool maySayHidden(std::u16string_view tag) {
+    const auto mask = [](bool holds) { return static_cast<std::uint16_t>(-holds); };
+    const auto isPair = [tag, mask](std::size_t i) -> std::uint16_t {
+        const std::uint16_t first = tag[i] | 0x20, second = tag[i + 1] | 0x20;
+        return (mask(first == u't') & mask(second == u'y')) |
+               (mask(first == u'd') & mask(second == u't')) |
+               (mask(first == u'y') & mask(second == u':'));
+    };
+    constexpr std::size_t kBlock = 8;  // units; the loop over them becomes vector operations
+    std::size_t start = 0;
+    for (; start + kBlock < tag.size(); start += kBlock) {
+        std::uint16_t found = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) found |= isPair(start + i);
+        if (found) return true;
+    }
+    for (; start + 1 < tag.size(); ++start) {
+        if (isPair(start)) return true;
+    }
+    return false;
+}
+
 bool isHiddenDiv(const TagCall& call) {
     constexpr std::uint64_t kLeastLength = 16;  // of a tag that can say so
     if (call.tagLength < kLeastLength) return false;
     if (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden")) return true;
     const std::u16string_view tag = call.tag();
+    if (!maySayHidden(tag)) return false;
     if (containsInOrder(tag, u"visibility", u"hidden")) return true;
     if (containsInOrder(tag, u"display:", u"none")) return true;
     if (isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
@@ -355,7 +283,7 @@ void handleText(PlainTextContext& page, std::u16string_view run) {
 
 bool PlainTextHandler(const TagCall& call) {
     auto& page = *static_cast<PlainTextContext*>(call.context);
-    const Tag tag = call.nameLength == 0 ? Tag::other : tagNamed(call.name());
+    const Tag tag = tagNamed(call.name());
     if (page.bodyDepth < 1) {
         handleOutsideBody(page, tag, call);
         return false;

@@ -269,6 +269,7 @@ TEST_F(MessagingServiceTest, AClientThatNeverReadsIsHeldBack) {
 }
 
 TEST_F(MessagingServiceTest, OutOfDescriptorsItWaitsForBetterTimes) {
+    service_.reset();  // gives the name up
     service_ = std::make_unique<OtherProcess>(
         std::vector<std::string>{"sh", "-c", "ulimit -n 32; exec " + peerProgram() + " " + kName});
     ASSERT_EQ(service_->line(), "registered");

@@ -147,6 +147,18 @@ TEST(PlainText, LeavesOutWhatIsHidden) {
     expectTexts(cases);
 }
 
+TEST(PlainText, FindsWhatHidesAnywhereInATag) {
+    for (const std::u16string_view sign :
+         {u"WIDTH=2", u"style='width:2px'", u"style='left:-1001px;position:absolute'",
+          u"x='display:' y=none", u"x=visibility y=hidden"}) {
+        for (std::size_t length = 8; length < 30; ++length) {
+            const std::u16string tag =
+                u"<DIV x=" + std::u16string(length, u'z') + u' ' + std::u16string(sign) + u'>';
+            EXPECT_EQ(stringByConvertingHtml2PlainText(tag + u"a<div>b"), u"b") << toUtf8(tag);
+        }
+    }
+}
+
 TEST(PlainText, WritesAlternativeTexts) {
     static constexpr Case cases[] = {
         {"alt before title", u"a<img title=t alt='x  &amp; y'>b", u"a x & y b"},

@@ -21,9 +21,8 @@ OperationIndex indexOfOperations() {
     for (const auto table :
          {scannerOperations, attributeOperations, entityOperations, queryOperations,
           strippingOperations, plainTextOperations, errorPageOperations, webArchiveOperations,
-          characterOperations, characterSetOperations, addressOperations,
-          urlSimplificationOperations, dateOperations, resourceForkOperations,
-          settingOperations}) {
+          articleOperations, characterOperations, characterSetOperations, addressOperations,
+          urlSimplificationOperations, dateOperations, resourceForkOperations, settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;

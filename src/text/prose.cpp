@@ -1,0 +1,115 @@
+#include "text/prose.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <span>
+
+#include "foundation/character_tables.h"
+
+namespace corvy {
+
+namespace {
+
+#include "text/boilerplate.inc"
+
+constexpr std::uint32_t kSentence = 40;      // weight of prose with the end of a sentence
+constexpr std::uint32_t kLongSentence = 80;  // with a comma only
+constexpr std::uint32_t kLong = 120;         // without either
+
+bool isDense(char16_t c) {
+    return c >= 0x2E80 && c < 0xE000;
+}
+
+bool endsSentence(char16_t c) {
+    return c == u'.' || c == u'!' || c == u'?' || c == 0x2026 || c == 0x3002 || c == 0xFF01 ||
+           c == 0xFF1F || c == 0x061F || c == 0x06D4 || c == 0x0964;
+}
+
+bool partsSentence(char16_t c) {
+    return c == u',' || c == u';' || c == u':' || c == 0x3001 || c == 0xFF0C || c == 0x060C;
+}
+
+bool closesQuote(char16_t c) {
+    return c == u'"' || c == u'\'' || c == u')' || c == 0x201D || c == 0x2019 || c == 0xBB ||
+           c == 0x300D;
+}
+
+bool beginsWith(std::u16string_view text, std::u16string_view lower) {
+    return text.size() >= lower.size() &&
+           std::equal(lower.begin(), lower.end(), text.begin(),
+                      [](char16_t a, char16_t b) { return a == toLower(b); });
+}
+
+// The text is short and begins like one of the list.
+bool isOneOf(std::span<const std::u16string_view> beginnings, std::u16string_view text) {
+    constexpr std::size_t kLongest = 80;
+    return text.size() <= kLongest &&
+           std::ranges::any_of(beginnings, [text](std::u16string_view beginning) {
+               return beginsWith(text, beginning);
+           });
+}
+
+}  // namespace
+
+Prose proseOf(std::u16string_view text) {
+    std::uint32_t dense = 0, ends = 0, commas = 0;
+    for (const char16_t c : text) {
+        dense += isDense(c) ? 1 : 0;
+        ends += endsSentence(c) ? 1 : 0;
+        commas += partsSentence(c) ? 1 : 0;
+    }
+    const std::uint32_t weight = static_cast<std::uint32_t>(text.size()) + 2 * dense;
+    const bool sentence = weight >= kSentence && (ends > 0 || commas > 1);
+    const bool longSentence = weight >= kLongSentence && commas > 0;
+    return {sentence || longSentence || weight >= kLong, weight};
+}
+
+bool endsAsSentence(std::u16string_view text) {
+    while (!text.empty() && closesQuote(text.back())) text.remove_suffix(1);
+    return !text.empty() && (endsSentence(text.back()) || text.back() == u':');
+}
+
+bool isBoilerplate(std::u16string_view text) {
+    return isOneOf(kBoilerplate, text);
+}
+
+bool headsTeasers(std::u16string_view heading) {
+    return isOneOf(kTeaserHeadings, heading);
+}
+
+bool closesText(std::u16string_view heading) {
+    return isOneOf(kClosingHeadings, heading);
+}
+
+std::u16string collapsed(std::u16string_view text) {
+    std::u16string out;
+    for (const char16_t c : text) {
+        if (c > u' ' && !isWhite(c)) {
+            out += c;
+        } else if (!out.empty() && out.back() != u' ') {
+            out += u' ';
+        }
+    }
+    if (out.ends_with(u' ')) out.pop_back();
+    return out;
+}
+
+std::u16string withoutSite(std::u16string_view title) {
+    std::size_t mark = std::u16string_view::npos, width = 0;
+    for (const std::u16string_view separator :
+         {u" | ", u" - ", u" \u2013 ", u" \u2014 ", u" \u00BB ", u" :: ", u" \u00B7 "}) {
+        const std::size_t at = title.rfind(separator);
+        if (at == std::u16string_view::npos) continue;
+        if (mark == std::u16string_view::npos || at > mark) {
+            mark = at;
+            width = separator.size();
+        }
+    }
+    if (mark == std::u16string_view::npos) return std::u16string(title);
+    // The name of a site is the shorter part.
+    const std::u16string_view before = title.substr(0, mark), behind = title.substr(mark + width);
+    return std::u16string(before.size() * 2 >= behind.size() ? before : behind);
+}
+
+}  // namespace corvy
