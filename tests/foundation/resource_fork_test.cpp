@@ -390,7 +390,7 @@ for type in sorted(fork):
         print(type, r.id, r.attr, r.name, bytes(r.data).hex())
 )";
     const std::string command =
-        "python3 -c \"" + std::string(kScript) + "\" '" + sidecar + "' 2>/dev/null";
+        "/usr/bin/python3 -c \"" + std::string(kScript) + "\" '" + sidecar + "' 2>/dev/null";
     std::string output;
     FILE* pipe = ::popen(command.c_str(), "r");
     for (int c = 0; pipe && (c = std::fgetc(pipe)) != EOF;) output.push_back(static_cast<char>(c));
