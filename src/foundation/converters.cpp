@@ -21,6 +21,7 @@ namespace corvy {
 namespace {
 
 #include "foundation/code_pages.inc"
+#include "foundation/dos_code_pages.inc"
 
 constexpr char16_t kReplacement = 0xFFFD;
 // Units that are converted at a time on the way into a string: small enough for the first-level
@@ -128,6 +129,15 @@ void replaceByCallback(const void*, UConverterToUnicodeArgs* args, const char*, 
     ucnv_cbToUWriteUChars(args, &kReplacement, 1, 0, error);
 }
 
+// ICU's Shift_JIS moves three control characters round: 0x1A is read as U+001C, 0x1C as U+007F,
+// 0x7F as U+001A. These undo that; no other byte and no other unit takes part.
+constexpr char16_t unitInPlace(char16_t unit) {
+    return unit == 0x1C ? 0x1A : unit == 0x7F ? 0x1C : unit == 0x1A ? 0x7F : unit;
+}
+constexpr char byteInPlace(char byte) {
+    return byte == 0x7F ? 0x1A : byte == 0x1A ? 0x1C : byte == 0x1C ? 0x7F : byte;
+}
+
 class IcuConverter final : public Converter {
 public:
     static std::unique_ptr<Converter> open(const char* name) {
@@ -138,7 +148,10 @@ public:
         ucnv_setFromUCallBack(handle.get(), UCNV_FROM_U_CALLBACK_ESCAPE, UCNV_ESCAPE_XML_DEC,
                               nullptr, nullptr, &error);
         if (U_FAILURE(error)) return nullptr;
-        return std::unique_ptr<Converter>(new IcuConverter(std::move(handle)));
+        char16_t probe[2] = {};
+        ucnv_toUChars(handle.get(), probe, 2, "\x7F", 1, &error);
+        const bool movesControls = U_SUCCESS(error) && probe[0] == 0x1A;
+        return std::unique_ptr<Converter>(new IcuConverter(std::move(handle), movesControls));
     }
 
     void begin() override { ucnv_reset(handle_.get()); }
@@ -150,6 +163,7 @@ public:
         ucnv_toUnicode(handle_.get(), &to, to + out.size(), &in, start + bytes.size(), nullptr,
                        /*flush=*/true, &error);
         const auto written = static_cast<std::size_t>(to - out.data());
+        if (movesControls_) std::transform(out.data(), to, out.data(), unitInPlace);
         return {static_cast<std::size_t>(in - start), written,
                 countReplacements(out.first(written)), U_SUCCESS(error) != 0};
     }
@@ -163,6 +177,7 @@ public:
             char* to = chunk.data();
             ucnv_fromUnicode(handle_.get(), &to, to + chunk.size(), &in, text.data() + text.size(),
                              nullptr, /*flush=*/true, &error);
+            if (movesControls_) std::transform(chunk.data(), to, chunk.data(), byteInPlace);
             out.append(chunk.data(), to);
         }
         if (U_FAILURE(error)) return std::nullopt;
@@ -174,9 +189,11 @@ private:
         void operator()(UConverter* converter) const noexcept { ucnv_close(converter); }
     };
     using Handle = std::unique_ptr<UConverter, Closer>;
-    explicit IcuConverter(Handle handle) : handle_(std::move(handle)) {}
+    IcuConverter(Handle handle, bool movesControls)
+        : handle_(std::move(handle)), movesControls_(movesControls) {}
 
     Handle handle_;
+    bool movesControls_;
 };
 
 // A converter of the C library, for the few sets that ICU lacks.
