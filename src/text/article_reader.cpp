@@ -21,8 +21,8 @@ struct Part {
     std::uint32_t length = 0;  // of all text
     std::uint32_t linkLength = 0;
     std::uint32_t linkLines = 0;  // of all text, in blocks that are links
-    std::uint32_t prosaic = 0;  // blocks of prose right in it
-    bool left = false;          // it or one around it is left out
+    std::uint32_t prosaic = 0;    // blocks of prose right in it
+    bool left = false;            // it or one around it is left out
     bool inItem = false;
 };
 

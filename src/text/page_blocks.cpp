@@ -4,6 +4,7 @@
 #include <array>
 
 #include "foundation/character_tables.h"
+#include "foundation/find_unit.h"
 #include "markup/entities.h"
 #include "markup/tag_scan.h"
 #include "text/element_hints.h"
@@ -122,6 +123,11 @@ Name nameOf(std::uint64_t key) {
     }
 }
 
+// Soft hyphens and the like, which would part words.
+bool isInvisible(char16_t c) {
+    return c == 0xAD || c == 0x200B || c == 0xFEFF;
+}
+
 class PageReader {
 public:
     explicit PageReader(std::u16string_view html) {
@@ -175,34 +181,51 @@ private:
     };
 
     static constexpr std::size_t kDeepest = 500;
+    static constexpr std::size_t kLongestTitle = 1000;
 
     void readText(std::u16string_view text) {
         if (inTitle_) {
-            page_.title += text;
+            page_.title += text.substr(0, kLongestTitle - page_.title.size());
             return;
         }
         if (open_.back().silent) return;
-        if (text.find(u'&') != std::u16string_view::npos) {
-            decoded_.resize(std::max(decoded_.size(), text.size()));
-            const std::size_t length = convertEntitiesToCharacters(text, decoded_.data());
-            text = std::u16string_view(decoded_).substr(0, length);
-        }
-        if (open_.back().code) return readCode(text);
-        char16_t* out = page_.text.get() + length_;
-        const char16_t* const begin = out;
+        if (open_.back().code) return readCode(decoded(text));
+        const std::size_t reference = readWords(text, true);
+        if (reference < text.size()) readWords(decoded(text.substr(reference)), false);
+    }
+
+    std::u16string_view decoded(std::u16string_view text) {
+        if (findUnit(text, u'&') == text.size()) return text;
+        decoded_.resize(std::max(decoded_.size(), text.size()));
+        const std::size_t length = convertEntitiesToCharacters(text, decoded_.data());
+        return std::u16string_view(decoded_).substr(0, length);
+    }
+
+    // Adds the text, or what is in front of its first "&", and gives how much of it that is.
+    std::size_t readWords(std::u16string_view text, bool stopsAtReference) {
+        char16_t* const begin = page_.text.get() + length_;
+        char16_t* out = begin;
         char16_t pending = pending_;
-        for (const char16_t c : text) {
+        std::size_t i = 0;
+        for (; i < text.size(); ++i) {
+            const char16_t c = text[i];
+            if (c > u'&' && c < 0x7F && pending == 0) [[likely]] {
+                *out++ = c;
+                continue;
+            }
+            if (c == u'&' && stopsAtReference) break;
             if (c <= u' ' || c == 0xA0 || (c >= 0x2000 && isWhite(c))) {
                 if (pending == 0) pending = u' ';
                 continue;
             }
-            if (c == 0xAD || c == 0x200B || c == 0xFEFF) continue;  // invisible
+            if (isInvisible(c)) continue;
             if (pending != 0 && (out != begin || inBlock_)) *out++ = pending;
             pending = 0;
             *out++ = c;
         }
         pending_ = pending;
         add(static_cast<std::size_t>(out - begin));
+        return i;
     }
 
     void readCode(std::u16string_view text) {
