@@ -374,48 +374,6 @@ TEST(ResourceFork, KeepsTheOldForkWhenTheDiskIsFull) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2);
 }
 
-// The output of a Python script that reads the fork in a sidecar by a library of its own; empty
-// when that is not installed.
-std::string toldByAnotherReader(const std::string& sidecar) {
-    constexpr const char* kScript = R"(
-import io, struct, sys
-from fontTools.misc.macRes import ResourceReader
-data = open(sys.argv[1], 'rb').read()
-magic, version, count = struct.unpack('>LL16xH', data[:26])
-entries = [struct.unpack('>LLL', data[26 + 12 * i:38 + 12 * i]) for i in range(count)]
-offset, length = next((o, n) for id, o, n in entries if id == 2)
-fork = ResourceReader(io.BytesIO(data[offset:offset + length]))
-for type in sorted(fork):
-    for r in fork[type]:
-        print(type, r.id, r.attr, r.name, bytes(r.data).hex())
-)";
-    const std::string command =
-        "/usr/bin/python3 -c \"" + std::string(kScript) + "\" '" + sidecar + "' 2>/dev/null";
-    std::string output;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    for (int c = 0; pipe && (c = std::fgetc(pipe)) != EOF;) output.push_back(static_cast<char>(c));
-    if (pipe) ::pclose(pipe);
-    return output;
-}
-
-TEST(ResourceFork, IsReadByOthers) {
-    const TemporaryFolder folder;
-    folder.write("file.rsrc", forkByHand());
-    folder.write("file", "");
-    {
-        auto fork = ResourceFork::resourceForkForWritingAtPath(text(folder.path("file")));
-        ASSERT_TRUE(fork);
-        ASSERT_TRUE(fork->addData(bytes("12"), kText, 7));
-        ASSERT_TRUE(fork->removeType(kStrings, 5));
-        ASSERT_TRUE(fork->addString(u"x", kStrings, -2));
-    }
-    const std::string told = toldByAnotherReader(folder.path("._file"));
-    if (told.empty()) GTEST_SKIP() << "no python3 with fontTools";
-    EXPECT_EQ(told,
-              "STR# -2 0 None 0178\n"
-              "TEXT 128 4 a 616263\nTEXT -1 0 None \nTEXT 7 0 None 3132\n");
-}
-
 TEST(ResourceFork, NamesTypesInMacRoman) {
     EXPECT_EQ(resourceTypeOfString(u"STR#"), kStrings);
     EXPECT_EQ(resourceTypeOfString(u"\u00A9abc"), 0xA9616263);
