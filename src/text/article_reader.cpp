@@ -23,7 +23,7 @@ struct Part {
     std::uint32_t linkLines = 0;  // of all text, in blocks that are links
     std::uint32_t prosaic = 0;    // blocks of prose right in it
     bool left = false;            // it or one around it is left out
-    bool inItem = false;
+    std::uint32_t item = 0;       // the innermost item of a list in the main part; 0 outside
 };
 
 class Reader {
@@ -91,7 +91,6 @@ private:
         for (std::uint32_t i = 1; i < parts_.size(); ++i) {
             const PageElement& element = page_.elements[i];
             Part& part = parts_[i];
-            part.inItem = parts_[element.parent].inItem || element.kind == ElementKind::kItem;
             if (parts_[element.parent].left) {
                 part.left = true;
                 continue;
@@ -165,6 +164,7 @@ private:
                 part.left = true;
             }
             const ElementKind kind = page_.elements[i].kind;
+            part.item = kind == ElementKind::kItem ? i : parts_[page_.elements[i].parent].item;
             if (kind == ElementKind::kGroup || kind == ElementKind::kArticle) {
                 part.left = part.left || (part.prosaic == 0 && part.linkLength * 3 > part.length &&
                                           part.kept * std::uint64_t{4} < parts_[main].kept);
@@ -192,7 +192,7 @@ private:
         const std::uint32_t lastOuter = page_.elements[lastElement].parent;
         while (last + 1 < element.endBlock) {
             const PageBlock& next = page_.blocks[last + 1];
-            const bool sameList = parts_[lastElement].inItem && parts_[next.element].inItem &&
+            const bool sameList = parts_[lastElement].item != 0 && parts_[next.element].item != 0 &&
                                   page_.elements[next.element].parent == lastOuter;
             if (!(sameList || next.element == lastElement) || !belongs(next)) break;
             ++last;
@@ -320,18 +320,18 @@ private:
         const std::u16string title = this->title();
         std::u16string out;
         if (options.title) out = title;
-        bool wasItem = false;
+        std::uint32_t lastItem = 0;
         bool any = false;
         for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
             if (!chosen_[i]) continue;
             const PageBlock& block = page_.blocks[i];
             const std::u16string_view text = page_.textOf(block);
             if (elementOf(block).kind == ElementKind::kHeading && text == title) continue;
-            const bool isItem = parts_[block.element].inItem;
-            if (!out.empty()) out += isItem && wasItem ? u"\n" : u"\n\n";
-            if (isItem) out += u"- ";
+            const std::uint32_t item = parts_[block.element].item;
+            if (!out.empty()) out += item != 0 && lastItem != 0 ? u"\n" : u"\n\n";
+            if (item != lastItem && item != 0) out += u"- ";
             out += text;
-            wasItem = isItem;
+            lastItem = item;
             any = true;
         }
         if (!any) return std::nullopt;

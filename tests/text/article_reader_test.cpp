@@ -39,16 +39,17 @@ std::string bodyOf(const std::u16string& html) {
 }
 
 TEST(ArticleReader, WritesEachKindOfBlock) {
-    const std::u16string html = u"<body>" + article() +
-                                u"<h2>A heading</h2><ul><li>one<li>two, <b>bold</b></ul>"
-                                u"<blockquote><p>A quote &amp; no more</p></blockquote>"
-                                u"<pre>\na = 1\n  b = 2</pre><p>Short line<br>and its second</p>" +
-                                paragraph(kOther);
-    EXPECT_EQ(bodyOf(html),
-              toUtf8(articleLines() +
-                     u"\n\nA heading\n\n- one\n- two, bold\n\nA quote & no more\n\na = 1\n  b = 2"
-                     u"\n\nShort line\nand its second\n\n" +
-                     kOther));
+    const std::u16string html =
+        u"<body>" + article() +
+        u"<h2>A heading</h2><ul><li>one<li>two, <b>bold</b><p>more of it</ul>"
+        u"<blockquote><p>A quote &amp; no more</p></blockquote>"
+        u"<pre>\na = 1\n  b = 2</pre><p>Short line<br>and its second</p>" +
+        paragraph(kOther);
+    EXPECT_EQ(bodyOf(html), toUtf8(articleLines() +
+                                   u"\n\nA heading\n\n- one\n- two, bold\nmore of it\n\nA quote & "
+                                   u"no more\n\na = 1\n  b = 2"
+                                   u"\n\nShort line\nand its second\n\n" +
+                                   kOther));
 }
 
 TEST(ArticleReader, LeavesOutWhatIsAroundTheText) {
@@ -106,6 +107,12 @@ TEST(ArticleReader, FindsTheElementWithMostOfTheProse) {
     const std::u16string html = u"<table><tr><td>" + teaser + teaser + u"<td><div>" + article() +
                                 article() + u"</div></td><td>" + teaser + u"</table>";
     EXPECT_EQ(bodyOf(html), toUtf8(articleLines() + u"\n\n" + articleLines()));
+}
+
+// A list of the page that holds all of the text is none of the text's.
+TEST(ArticleReader, WritesItemsOfTheTextOnly) {
+    EXPECT_EQ(bodyOf(u"<ul><li><a href=x>Home</a><li>" + article() + u"</ul>"),
+              toUtf8(articleLines()));
 }
 
 TEST(ArticleReader, TakesTheElementNamedAsBody) {
