@@ -22,7 +22,9 @@ std::optional<PropertyList> read(std::string_view file) {
 
 std::string bigEndian(std::uint64_t number, std::size_t size) {
     std::string bytes;
-    for (std::size_t i = size; i-- > 0;) bytes += static_cast<char>(number >> (8 * i));
+    for (std::size_t i = size; i-- > 0;) {
+        bytes += i < sizeof number ? static_cast<char>(number >> (8 * i)) : '\0';
+    }
     return bytes;
 }
 
