@@ -325,8 +325,9 @@ private:
         for (std::size_t i = 0; i < page_.blocks.size(); ++i) {
             if (!chosen_[i]) continue;
             const PageBlock& block = page_.blocks[i];
-            const std::u16string_view text = page_.textOf(block);
+            std::u16string_view text = page_.textOf(block);
             if (elementOf(block).kind == ElementKind::kHeading && text == title) continue;
+            while (text.size() > 1 && text.back() <= u' ') text.remove_suffix(1);  // of code
             const std::uint32_t item = parts_[block.element].item;
             if (!out.empty()) out += item != 0 && lastItem != 0 ? u"\n" : u"\n\n";
             if (item != lastItem && item != 0) out += u"- ";

@@ -152,7 +152,7 @@ public:
         const bool starts = call.characters[call.tagLocation + 1] != u'/';
         switch (name.markup) {
             case Markup::kInline: return;
-            case Markup::kLink: inLink_ = starts; return;
+            case Markup::kLink: inLink_ = starts && !isOwnAddress(call); return;
             case Markup::kBreak: return breakLine();
             case Markup::kRule: return endBlock();
             case Markup::kTitle:
@@ -179,6 +179,12 @@ private:
         bool silent;  // it or one around it is
         bool code = false;
     };
+
+    // A heading that links to itself is no link.
+    bool isOwnAddress(const TagCall& call) const {
+        return page_.elements[open_.back().element].kind == ElementKind::kHeading &&
+               findUnit(call.tag(), u'#') < call.tagLength;
+    }
 
     static constexpr std::size_t kDeepest = 500;
     static constexpr std::size_t kLongestTitle = 1000;

@@ -41,9 +41,9 @@ std::string bodyOf(const std::u16string& html) {
 TEST(ArticleReader, WritesEachKindOfBlock) {
     const std::u16string html =
         u"<body>" + article() +
-        u"<h2>A heading</h2><ul><li>one<li>two, <b>bold</b><p>more of it</ul>"
+        u"<h2><a href=#a>A heading</a></h2><ul><li>one<li>two, <b>bold</b><p>more of it</ul>"
         u"<blockquote><p>A quote &amp; no more</p></blockquote>"
-        u"<pre>\na = 1\n  b = 2</pre><p>Short line<br>and its second</p>" +
+        u"<pre>\na = 1\n  b = 2\n\n</pre><p>Short line<br>and its second</p>" +
         paragraph(kOther);
     EXPECT_EQ(bodyOf(html), toUtf8(articleLines() +
                                    u"\n\nA heading\n\n- one\n- two, bold\nmore of it\n\nA quote & "
@@ -72,6 +72,7 @@ TEST(ArticleReader, LeavesOutWhatIsAroundTheText) {
         u"<!-- " + more + u" -->",
         u"<script>'" + more + u"'</script>",
         u"<p>Advertisement</p>",
+        u"<h2><a href=/b>A heading of another page</a></h2>",
         u"<p>Read more: <a href=x>Another text of this page</a></p>",
         u"<h3>Related</h3><ul><li><a href=x>One text</a><li><a href=y>Another</a></ul>",
     };
