@@ -1,6 +1,6 @@
 // Both ways to the article of a page: time for each page, and of the median page.
 //
-//     CORVY_BENCH_PAGES=FOLDER build/release/bench/article_bench
+//     CORVY_CORPUS=FOLDER build/release/bench/article_bench
 //
 // takes the .html files of a folder; without it a page of our own is made.
 #include <benchmark/benchmark.h>
@@ -50,7 +50,7 @@ Page madePage() {
 }
 
 std::vector<Page> pages() {
-    const char* folder = std::getenv("CORVY_BENCH_PAGES");
+    const char* folder = std::getenv("CORVY_CORPUS");
     if (!folder) return {madePage()};
     std::vector<Page> pages;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {

@@ -84,6 +84,7 @@ std::u16string upperCaseName(std::string name) {
 
 std::vector<std::u16string> prefixesOf(const std::vector<std::string>& names) {
     std::vector<std::u16string> prefixes;
+    prefixes.reserve(names.size());
     for (const std::string& name : names) {
         prefixes.push_back(fromUtf8(name.starts_with('<') ? name : "<" + name));
     }

@@ -32,7 +32,7 @@ constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"
 
 std::string_view errorOfReading(int errorNumber) {
     switch (errorNumber) {
-        case EFBIG: return "tooLarge";
+        case EFBIG:
         case ENOMEM: return "tooLarge";
         case ENOENT: return "notFound";
         default: return "notReadable";
