@@ -145,12 +145,6 @@ bool RetrieveFavIconHandler(const TagCall& call) {
     return icon.has_value();
 }
 
-std::u16string_view trimmed(std::u16string_view text) {
-    while (!text.empty() && isWhite(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isWhite(text.back())) text.remove_suffix(1);
-    return text;
-}
-
 }  // namespace
 
 std::u16string htmlTitle(std::u16string_view html) {
@@ -160,7 +154,7 @@ std::u16string htmlTitle(std::u16string_view html) {
 }
 
 std::u16string normalizedHtmlTitle(std::u16string_view html) {
-    return std::u16string(trimmed(stringByConvertingEntitiesToCharacters(htmlTitle(html))));
+    return std::u16string(trimWhite(stringByConvertingEntitiesToCharacters(htmlTitle(html))));
 }
 
 std::optional<std::u16string> htmlMetaAttributeWithName(std::u16string_view html,
@@ -247,14 +241,14 @@ std::optional<double> revisitAfter(std::u16string_view html) {
     constexpr std::size_t kMostDigits = 6;
     const auto content = htmlMetaAttributeWithName(html, u"revisit-after");
     if (!content) return std::nullopt;
-    std::u16string_view rest = trimmed(*content);
+    std::u16string_view rest = trimWhite(*content);
     double count = 0;
     std::size_t digits = 0;
     while (digits < rest.size() && rest[digits] >= u'0' && rest[digits] <= u'9') {
         count = count * 10 + (rest[digits++] - u'0');
     }
     if (digits == 0 || digits > kMostDigits) return std::nullopt;
-    rest = trimmed(rest.substr(digits));
+    rest = trimWhite(rest.substr(digits));
     if (rest.size() > 1 && (rest.back() | 0x20) == u's') rest.remove_suffix(1);
     for (const Unit& unit : kUnits) {
         if (equalNoCase(rest, unit.name)) return count * unit.seconds;
