@@ -14,6 +14,7 @@
 
 #include "foundation/text.h"
 #include "markup/markup_decoding.h"
+#include "platform/image_metadata.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
@@ -26,6 +27,10 @@ namespace {
 // In bytes. Decoded text takes up to twice as much memory, and its record once more.
 constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
 constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
+
+constexpr std::string_view kThumbnailOperation =
+    "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
+constexpr std::int64_t kThumbnailSize = 256;  // pixels
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -43,6 +48,14 @@ bool isBlank(std::u16string_view text) {
     return std::ranges::all_of(text, [](char16_t unit) {
         return unit <= u' ' || unit == u'\u00A0' || unit == u'\u2028' || unit == u'\u2029';
     });
+}
+
+// Where something of a file goes, below the folder of all of it.
+std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
+    char name[64];
+    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
+                  static_cast<unsigned long long>(number), extension);
+    return name;
 }
 
 // The first bytes of a file; empty when it cannot be read.
@@ -68,6 +81,8 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             // Nothing to read.
         } else if (record.kind == "pdf") {
             stopped = !importPdf(file, number, record);
+        } else if (record.kind == "image") {
+            stopped = !importImage(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
         } else if (record.kind == "html" && settings_.texts) {
@@ -148,7 +163,57 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     }
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
+    if (!wantsThumbnails()) return true;
+    // A page that cannot be drawn is no fault of the record.
+    HelperSlot::Answer picture = thumbnail(file);
+    if (picture.value && picture.value->dictionary()) {
+        addThumbnail(*picture.value->dictionary(), number, record);
+    }
+    return !picture.stopped;
+}
+
+HelperSlot::Answer FileImporter::thumbnail(const FoundFile& file) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    return helper_.call(kThumbnailOperation,
+                        {PropertyList(pathFromBytes(path)), PropertyList(kThumbnailSize),
+                         PropertyList(false), PropertyList(false), PropertyList(false)});
+}
+
+// False when the helper was stopped.
+bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    HelperSlot::Answer answer = thumbnail(file);
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    if (entries == nullptr) {
+        record.error = "damaged";
+        return true;
+    }
+    if (wantsThumbnails()) addThumbnail(*entries, number, record);
+    entries->remove(u"Thumbnail");
+    // Those of pixels have their properties in a dictionary, drawings have their sizes beside.
+    PropertyList* properties = entries->find(u"Properties");
+    record.properties = properties != nullptr && properties->dictionary() != nullptr
+                            ? std::move(*properties->dictionary())
+                            : std::move(*entries);
     return true;
+}
+
+void FileImporter::addThumbnail(const Dictionary& answer, std::uint64_t number,
+                                ImportRecord& record) {
+    const PropertyList* thumbnail = answer.find(u"Thumbnail");
+    const Bytes* tiff = thumbnail != nullptr ? thumbnail->bytes() : nullptr;
+    if (tiff == nullptr) return;
+    const auto size = platform::imageMetadataOf(*tiff, platform::ImageFormat::tiff).size;
+    if (!size) return;
+    const std::string name = numberedName("thumbnails", number, "png");
+    if (writePicture_(*tiff, settings_.outFolder + "/" + name)) {
+        record.thumbnail = {.file = name, .width = size->width, .height = size->height};
+    } else {
+        record.error = "notWritable";
+    }
 }
 
 // False when the helper was stopped.
@@ -209,9 +274,7 @@ void FileImporter::addText(std::u16string text, std::uint64_t number, ImportReco
     RecordText entry;
     entry.length = text.size();
     if (!settings_.outFolder.empty()) {
-        char name[40];
-        std::snprintf(name, sizeof name, "text/%06llu.txt",
-                      static_cast<unsigned long long>(number));
+        const std::string name = numberedName("text", number, "txt");
         if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
             entry.file = name;
         } else {

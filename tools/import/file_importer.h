@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "tools/import/helper_slot.h"
 #include "tools/import/record.h"
@@ -12,27 +14,36 @@
 namespace corvy::tools {
 
 struct ImportSettings {
-    std::string outFolder = {};  // empty: texts stand in the records
+    std::string outFolder = {};  // empty: texts stand in the records, and there are no thumbnails
     bool texts = true;
+    bool thumbnails = true;
     bool pretty = false;
 };
 
 // Longer texts stand in no record, in UTF-16 code units.
 inline constexpr std::size_t kLongestInlineText = std::size_t{16} << 20;
 
+// Writes a picture, a TIFF file in memory, as the file of the path. False when it cannot.
+using PictureWriter = std::function<bool(const Bytes& tiff, const std::string& path)>;
+
 class FileImporter {
 public:
-    // `helper` is for this importer alone.
-    FileImporter(HelperSlot& helper, const ImportSettings& settings)
-        : helper_(helper), settings_(settings) {}
+    // `helper` is for this importer alone. Without a writer there are no thumbnails.
+    FileImporter(HelperSlot& helper, const ImportSettings& settings, PictureWriter writer = {})
+        : helper_(helper), settings_(settings), writePicture_(std::move(writer)) {}
 
-    // The record; texts go to text/NUMBER.txt of the folder. None when the helper was stopped in
+    // The record; texts go to text/NUMBER.txt of the folder, thumbnails to thumbnails/NUMBER.png.
+    // None when the helper was stopped in
     // the middle of it.
     std::optional<ImportRecord> import(const FoundFile& file, std::uint64_t number);
 
 private:
     bool examine(const FoundFile& file, ImportRecord& record);
     bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool wantsThumbnails() const { return settings_.thumbnails && writePicture_ != nullptr; }
+    HelperSlot::Answer thumbnail(const FoundFile& file);
+    bool importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void addThumbnail(const Dictionary& answer, std::uint64_t number, ImportRecord& record);
     void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
@@ -40,6 +51,7 @@ private:
 
     HelperSlot& helper_;
     ImportSettings settings_;
+    PictureWriter writePicture_;
 };
 
 }  // namespace corvy::tools

@@ -30,7 +30,7 @@ constexpr KnownError kErrors[] = {
     {"notAPDF", "is not a PDF"},
     {"notFound", "no such file"},
     {"notReadable", "cannot be read"},
-    {"notWritable", "its text could not be written"},
+    {"notWritable", "its text or thumbnail could not be written"},
     {"specialFile", "not a file, a folder or a link to one"},
     {"textTooLong", "text too long for the record, use --out"},
     {"timeout", "took too long"},
@@ -56,6 +56,13 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
         if (!record.text->file.empty()) text.set(u"file", asciiText(record.text->file));
         text.set(u"length", static_cast<std::int64_t>(record.text->length));
         json.set(u"text", std::move(text));
+    }
+    if (record.thumbnail) {
+        Dictionary thumbnail;
+        thumbnail.set(u"file", asciiText(record.thumbnail->file));
+        thumbnail.set(u"width", static_cast<std::int64_t>(record.thumbnail->width));
+        thumbnail.set(u"height", static_cast<std::int64_t>(record.thumbnail->height));
+        json.set(u"thumbnail", std::move(thumbnail));
     }
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
     if (record.pages) json.set(u"pages", *record.pages);
