@@ -94,6 +94,7 @@ void readResource(std::uint16_t id, ByteView data, std::uint64_t offset, Metadat
 }  // namespace
 
 void readProfile(ByteView profile, MetadataBuilder& builder) {
+    profile = profile.inOrder(ByteOrder::big);
     constexpr std::uint32_t kTagCount = 128, kTags = 132, kTag = 12, kMostTags = 128;
     if (!profile.hasText(36, "acsp")) return;
     const std::uint32_t count = std::min(profile.u32(kTagCount), kMostTags);
@@ -112,6 +113,7 @@ void readProfile(ByteView profile, MetadataBuilder& builder) {
 }
 
 void readIptc(ByteView records, MetadataBuilder& builder) {
+    records = records.inOrder(ByteOrder::big);
     constexpr std::uint8_t kMarker = 0x1C, kApplicationRecord = 2;
     constexpr std::uint16_t kIsLong = 0x8000;
     std::uint64_t at = 0;
@@ -133,6 +135,7 @@ void readIptc(ByteView records, MetadataBuilder& builder) {
 }
 
 void readImageResources(ByteView bytes, std::uint64_t offset, MetadataBuilder& builder) {
+    bytes = bytes.inOrder(ByteOrder::big);
     constexpr std::size_t kMostResources = 4096;
     std::uint64_t at = 0;
     for (std::size_t i = 0; i < kMostResources && bytes.hasText(at, "8BIM"); ++i) {

@@ -45,10 +45,13 @@ constexpr std::uint16_t kOrientation = 274;
 constexpr std::uint16_t kTextType = 2;
 
 PropertyList numberOf(const TiffEntry& entry, std::uint64_t index) {
-    const auto real = entry.real(index);
-    if (!real || entry.type == kTextType) return {};
-    if (entry.isReal()) return *real;
-    return static_cast<std::int64_t>(*real);
+    if (entry.type == kTextType) return {};
+    if (entry.isReal()) {
+        const auto real = entry.real(index);
+        return real ? PropertyList(*real) : PropertyList();
+    }
+    const auto integer = entry.integer(index);
+    return integer ? PropertyList(*integer) : PropertyList();
 }
 
 PropertyList listOf(const TiffEntry& entry) {

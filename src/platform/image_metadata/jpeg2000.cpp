@@ -3,6 +3,7 @@
 
 #include "platform/image_metadata/blocks.h"
 #include "platform/image_metadata/boxes.h"
+#include "platform/image_metadata/exif.h"
 #include "platform/image_metadata/readers.h"
 
 namespace corvy::platform {
@@ -85,6 +86,16 @@ void readHeaderBox(const Box& box, MetadataBuilder& builder) {
     });
 }
 
+// Boxes that their first 16 bytes name.
+void readIdentified(const Box& box, MetadataBuilder& builder) {
+    constexpr std::string_view kExif = "JpgTiffExif->JP2"sv;
+    constexpr std::string_view kIptc =
+        "\x33\xC7\xA4\xD2\xB8\x1D\x47\x23\xA0\xBA\xF1\xA3\xE0\x97\xAD\x38"sv;
+    const ByteView block = box.inside.part(kExif.size());
+    if (box.inside.hasText(0, kExif)) readExif(block, box.place + kExif.size(), builder);
+    if (box.inside.hasText(0, kIptc)) readIptc(block, builder);
+}
+
 }  // namespace
 
 void readJpeg2000(ByteView file, MetadataBuilder& builder) {
@@ -96,6 +107,7 @@ void readJpeg2000(ByteView file, MetadataBuilder& builder) {
     forEachBox(file, [&builder](const Box& top) {
         if (top.kind == "jp2h")
             forEachBox(top.inside, [&builder](const Box& box) { readHeaderBox(box, builder); });
+        if (top.kind == "uuid") readIdentified(top, builder);
         if (top.kind == "jp2c" && !builder.size) readCodestream(top.inside, builder);
     });
 }

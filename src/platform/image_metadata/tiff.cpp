@@ -101,13 +101,10 @@ void readSamples(const TiffDirectory& directory, MetadataBuilder& builder) {
 
 void readBlocks(const TiffDirectory& directory, MetadataBuilder& builder) {
     if (const TiffEntry* profile = directory.find(kProfile)) readProfile(profile->values, builder);
-    if (const TiffEntry* records = directory.find(kIptcRecords)) {
-        // Some writers have turned the records around in groups of four; these are left out.
-        readIptc(records->values, builder);
-    }
+    if (const TiffEntry* records = directory.find(kIptcRecords)) readIptc(records->values, builder);
     if (const TiffEntry* resources = directory.find(kImageResources)) {
         MetadataBuilder inside;  // only what the directory itself has no place for
-        readImageResources(resources->values.inOrder(ByteOrder::big), resources->place, inside);
+        readImageResources(resources->values, resources->place, inside);
         if (builder.iptc.empty()) builder.iptc = std::move(inside.iptc);
         for (const EmbeddedImage& image : inside.embedded) builder.addEmbedded(image);
     }

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cmath>
+#include <utility>
 
 namespace corvy::platform {
 
@@ -15,7 +16,6 @@ constexpr std::uint64_t kMostEntries = 1024;
 constexpr std::array<std::uint8_t, 19> kValueSizes = {0, 1, 1, 2, 4, 8, 1, 1, 2, 4,
                                                       8, 4, 8, 4, 0, 0, 8, 8, 8};
 enum Type : std::uint16_t {
-    kText = 2,
     kRational = 5,
     kSigned8 = 6,
     kSigned16 = 8,
@@ -37,29 +37,24 @@ std::int64_t signExtended(std::uint64_t value, std::uint32_t bytes) {
 
 }  // namespace
 
-bool TiffEntry::isRational() const {
-    return type == kRational || type == kSignedRational;
-}
-
 bool TiffEntry::isReal() const {
-    return isRational() || type == kFloat || type == kDouble;
+    return type == kRational || type == kSignedRational || type == kFloat || type == kDouble;
 }
 
-std::uint64_t TiffEntry::whole(std::uint64_t index) const {
-    const auto value = real(index);
-    if (isReal()) {
-        constexpr double kMost = 0x1p53;
-        return value && *value >= 0 && *value <= kMost ? static_cast<std::uint64_t>(*value) : 0;
-    }
-    if (!value || type == kText) return 0;
-    return values.number(index * sizeOf(type), sizeOf(type));
+std::optional<std::int64_t> TiffEntry::integer(std::uint64_t index) const {
+    if (index >= count || isReal()) return std::nullopt;
+    const std::uint32_t size = sizeOf(type);
+    const std::uint64_t bits = values.number(index * size, size);
+    const bool isSigned =
+        type == kSigned8 || type == kSigned16 || type == kSigned32 || type == kSigned64;
+    if (isSigned) return signExtended(bits, size);
+    if (!std::in_range<std::int64_t>(bits)) return std::nullopt;
+    return static_cast<std::int64_t>(bits);
 }
 
 std::optional<double> TiffEntry::real(std::uint64_t index) const {
     if (index >= count) return std::nullopt;
-    const std::uint32_t size = sizeOf(type);
-    const std::uint64_t at = index * size;
-    const std::uint64_t bits = values.number(at, size);
+    const std::uint64_t at = index * sizeOf(type);
     double value = 0;
     switch (type) {
         case kRational: value = static_cast<double>(values.u32(at)) / values.u32(at + 4); break;
@@ -67,15 +62,19 @@ std::optional<double> TiffEntry::real(std::uint64_t index) const {
             value = static_cast<double>(signExtended(values.u32(at), 4)) /
                     static_cast<double>(signExtended(values.u32(at + 4), 4));
             break;
-        case kFloat: value = std::bit_cast<float>(static_cast<std::uint32_t>(bits)); break;
-        case kDouble: value = std::bit_cast<double>(bits); break;
-        case kSigned8:
-        case kSigned16:
-        case kSigned32:
-        case kSigned64: value = static_cast<double>(signExtended(bits, size)); break;
-        default: value = static_cast<double>(bits);
+        case kFloat: value = std::bit_cast<float>(values.u32(at)); break;
+        case kDouble: value = std::bit_cast<double>(values.u64(at)); break;
+        default: {
+            const auto whole = integer(index);
+            if (!whole) return std::nullopt;
+            value = static_cast<double>(*whole);
+        }
     }
     return std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+std::uint64_t TiffEntry::whole(std::uint64_t index) const {
+    return static_cast<std::uint64_t>(std::max<std::int64_t>(integer(index).value_or(0), 0));
 }
 
 const TiffEntry* TiffDirectory::find(std::uint16_t tag) const {

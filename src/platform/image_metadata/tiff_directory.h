@@ -18,12 +18,14 @@ struct TiffEntry {
     std::uint64_t place = 0;  // of the values, from the start of the block
     ByteView values;          // all of them; they lie within the block
 
-    // The value at the index as a number; 0 for what is not there, and for texts.
-    std::uint64_t whole(std::uint64_t index = 0) const;
-    // None for what is not there, and for a rational without a finite value.
-    std::optional<double> real(std::uint64_t index = 0) const;
-    bool isRational() const;
+    // Of rationals and floating-point numbers.
     bool isReal() const;
+    // The value at the index of another type; none for what is not there or too large.
+    std::optional<std::int64_t> integer(std::uint64_t index = 0) const;
+    // Of every type; none for what is not there, and for a rational without a finite value.
+    std::optional<double> real(std::uint64_t index = 0) const;
+    // A place, a length or a code: 0 where there is none.
+    std::uint64_t whole(std::uint64_t index = 0) const;
 };
 
 struct TiffDirectory {

@@ -48,7 +48,7 @@ void readWebp(ByteView bytes, MetadataBuilder& builder) {
         if (kind == "VP8X") readExtended(data, builder);
         if (kind == "VP8 ") readLossy(data, builder);
         if (kind == "VP8L") readLossless(data, builder);
-        if (kind == "ICCP") readProfile(data.inOrder(ByteOrder::big), builder);
+        if (kind == "ICCP") readProfile(data, builder);
         if (kind == "EXIF") readExif(data, at + kChunkHeader, builder);
         at += kChunkHeader + length + (length & 1);
     }
