@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace corvy::platform {
@@ -13,65 +14,120 @@ constexpr double kStepsBack[] = {0, 1, 2, 4, 8, 16};
 // Packets come in the order of decoding. No format lets a frame wait for more others than this.
 constexpr std::size_t kLookAhead = 20;
 constexpr int kMostPackets = 20'000;
+// What is kept while a file is read from its start, in bytes.
+constexpr std::size_t kMostKept = std::size_t{64} << 20;
+// How far a file is read from its start rather than that a place in it is sought, in seconds.
+constexpr double kLongestScan = 60;
+// Sound that begins so many seconds before the pictures owes that to the way it was multiplexed.
+constexpr double kMostLead = 0.25;
 
 std::int64_t timeOf(const AVPacket& packet) {
     return packet.pts != AV_NOPTS_VALUE ? packet.pts : packet.dts;
 }
 
+// Program streams tell a time now and then only; those between are counted from it, which goes
+// wrong until the next one where reading begins in the middle.
+bool tellsTimesRarely(const AVFormatContext& format) {
+    return std::string_view(format.iformat->name) == "mpeg";
+}
+
+// Whether frames wait for one other at most, so that their times follow from the next packets.
+bool delaysByOne(AVCodecID codec) {
+    return codec == AV_CODEC_ID_MPEG1VIDEO || codec == AV_CODEC_ID_MPEG2VIDEO ||
+           codec == AV_CODEC_ID_MPEG4;
+}
+
 }  // namespace
+
+FrameSearch::FrameSearch(MovieInput& input, AVStream& stream)
+    : input_(input), stream_(stream), scans_(tellsTimesRarely(*input.format())) {
+    if (scans_ && delaysByOne(stream.codecpar->codec_id)) {
+        input.format()->flags |= AVFMT_FLAG_GENPTS;
+    }
+}
 
 FramePointer FrameSearch::frameAt(double time) {
     if (!codec_) codec_ = openDecoder(&stream_);
     if (!codec_) return nullptr;
     target_ = streamTime(time);
     packets_ = 0;
-    best_.reset();
+    FramePointer nearest;
     for (const double back : kStepsBack) {
         // Near the start it is the start that counts, wherever the index leads.
-        if (time - back <= 0) break;
+        if (time - back <= 0 || (scans_ && time <= kLongestScan)) break;
         if (!input_.seek(&stream_, streamTime(time - back))) continue;
-        if (decodeFrom(false) == Landing::good && best_) return std::move(best_);
-        if (input_.isLate() || isEncrypted_) return std::move(best_);
+        if (search(Way::fromPlace, nearest)) return nearest;
     }
-    if (input_.rewind()) decodeFrom(true);
-    return std::move(best_);
+    for (const Way way : {Way::fromLastKey, Way::fromStart}) {
+        if (!input_.rewind() || search(way, nearest)) break;
+    }
+    return nearest;
+}
+
+// True when it need not be searched for elsewhere.
+bool FrameSearch::search(Way way, FramePointer& nearest) {
+    const Landing landing = decodeFrom(way);
+    if (isEncrypted_) {
+        nearest.reset();
+        return true;
+    }
+    // The first frame of all is shown before it begins.
+    if (landing == Landing::exact || (landing == Landing::near && !nearest) ||
+        (way == Way::fromStart && !nearest)) {
+        nearest = std::move(best_);
+    }
+    return landing == Landing::exact || input_.isLate();
 }
 
 std::int64_t FrameSearch::streamTime(double seconds) const {
-    const std::int64_t start = input_.format()->start_time;
-    const auto offset = static_cast<std::int64_t>(std::llround(seconds * AV_TIME_BASE));
-    return av_rescale_q_rnd((start == AV_NOPTS_VALUE ? 0 : start) + offset, AV_TIME_BASE_Q,
+    const std::int64_t known = input_.format()->start_time;
+    std::int64_t start = known == AV_NOPTS_VALUE ? 0 : known;
+    if (stream_.start_time != AV_NOPTS_VALUE) {
+        const std::int64_t own =
+            av_rescale_q(stream_.start_time, stream_.time_base, AV_TIME_BASE_Q);
+        const std::int64_t lead = own - start;
+        if (lead > 0 && static_cast<double>(lead) <= kMostLead * AV_TIME_BASE) start = own;
+    }
+    return av_rescale_q_rnd(start + std::llround(seconds * AV_TIME_BASE), AV_TIME_BASE_Q,
                             stream_.time_base, AV_ROUND_NEAR_INF);
 }
 
-FrameSearch::Landing FrameSearch::decodeFrom(bool isStart) {
+FrameSearch::Landing FrameSearch::decodeFrom(Way way) {
+    way_ = way;
     avcodec_flush_buffers(codec_.get());
     ahead_.clear();
-    atEnd_ = false;
+    atEnd_ = isPast_ = false;
     isTimed_ = true;
-    isPast_ = false;
     first_ = wanted_ = bestTime_ = AV_NOPTS_VALUE;
     best_.reset();
-    for (;;) {
-        if (readAhead(isStart) == Landing::tooLate) return Landing::tooLate;
-        if (ahead_.empty() || isEncrypted_) break;
+    packetsBeyond_ = 0;
+    bytesAhead_ = 0;
+    while (readAhead() && !ahead_.empty() && !isEncrypted_) {
         const PacketPointer packet = std::move(ahead_.front());
         ahead_.pop_front();
-        const bool isWanted = isTimed_ && packet->pts == wanted_;
+        bytesAhead_ -= static_cast<std::size_t>(packet->size);
         // What is shown before the wanted frame counts only as far as others are made from it.
         const bool isSuperseded = isTimed_ && packet->pts < wanted_;
         codec_->skip_frame = isSuperseded ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         decode(packet.get());
-        if (isWanted || isPast_) break;
+        if (isPast_ || (isTimed_ && packet->pts == wanted_)) break;
     }
     // Lets out what the decoder still holds back.
     if (!isPast_) decode(nullptr);
-    const bool isInTime = bestTime_ == AV_NOPTS_VALUE || bestTime_ <= target_;
-    return best_ && (isInTime || isStart) ? Landing::good : Landing::tooLate;
+    if (!best_ || (bestTime_ != AV_NOPTS_VALUE && bestTime_ > target_)) return Landing::tooLate;
+    // A decoder that holds frames back gives none of those that it got before the first came out,
+    // unless that is known to be a clean start.
+    const bool isMissing = isTimed_ && bestTime_ < wanted_ && codec_->has_b_frames > 0;
+    return isMissing ? Landing::near : Landing::exact;
 }
 
-FrameSearch::Landing FrameSearch::readAhead(bool isStart) {
-    while (!atEnd_ && ahead_.size() < kLookAhead) {
+// False when the place is behind the target.
+bool FrameSearch::readAhead() {
+    const auto isFarEnough = [this] {
+        const bool mayComeKey = way_ == Way::fromLastKey && packetsBeyond_ < kLookAhead;
+        return ahead_.size() >= kLookAhead && (!mayComeKey || bytesAhead_ > kMostKept);
+    };
+    while (!atEnd_ && !isFarEnough()) {
         PacketPointer packet = packets_ < kMostPackets ? input_.read() : nullptr;
         if (!packet) {
             atEnd_ = true;
@@ -79,33 +135,45 @@ FrameSearch::Landing FrameSearch::readAhead(bool isStart) {
         }
         if (packet->stream_index != stream_.index) continue;
         ++packets_;
-        if (take(std::move(packet), isStart) == Landing::tooLate) return Landing::tooLate;
+        if (!take(std::move(packet))) return false;
     }
-    // A movie whose first frame begins later than it does.
+    // A movie whose pictures begin later than it does.
     if (isTimed_ && wanted_ == AV_NOPTS_VALUE && !ahead_.empty()) {
-        const auto least = std::ranges::min_element(
+        const auto earliest = std::ranges::min_element(
             ahead_, {}, [](const PacketPointer& packet) { return packet->pts; });
-        wanted_ = target_ = (*least)->pts;
+        wanted_ = target_ = (*earliest)->pts;
     }
-    return Landing::good;
+    return true;
 }
 
-FrameSearch::Landing FrameSearch::take(PacketPointer packet, bool isStart) {
+// False when the place is behind the target.
+bool FrameSearch::take(PacketPointer packet) {
+    const std::int64_t time = timeOf(*packet);
     const bool isKey = (packet->flags & AV_PKT_FLAG_KEY) != 0;
-    if (first_ == AV_NOPTS_VALUE && !isStart) {
-        // Nothing but a key packet, shown in time, is a beginning.
-        if (timeOf(*packet) > target_) return Landing::tooLate;
-        if (!isKey) return Landing::good;
+    if (first_ == AV_NOPTS_VALUE && way_ == Way::fromPlace) {
+        // Nothing but a key packet is a beginning.
+        if (time > target_) return false;
+        if (!isKey) return true;
     }
-    if (first_ == AV_NOPTS_VALUE) first_ = timeOf(*packet);
+    if (time > target_) {
+        ++packetsBeyond_;
+    } else if (isKey && way_ == Way::fromLastKey) {
+        ahead_.clear();
+        bytesAhead_ = 0;
+        first_ = wanted_ = AV_NOPTS_VALUE;
+        isTimed_ = true;
+    }
+    if (first_ == AV_NOPTS_VALUE) first_ = time;
     isEncrypted_ =
         isEncrypted_ || av_packet_get_side_data(packet.get(), AV_PKT_DATA_ENCRYPTION_INFO, nullptr);
     isTimed_ = isTimed_ && packet->pts != AV_NOPTS_VALUE;
-    if (isTimed_ && packet->pts <= target_ && (isStart || packet->pts >= first_)) {
-        wanted_ = std::max(wanted_, packet->pts);
+    const bool mayLead = way_ == Way::fromStart;
+    if (isTimed_ && time <= target_ && (mayLead || time >= first_)) {
+        wanted_ = std::max(wanted_, time);
     }
+    bytesAhead_ += static_cast<std::size_t>(packet->size);
     ahead_.push_back(std::move(packet));
-    return Landing::good;
+    return true;
 }
 
 void FrameSearch::decode(const AVPacket* packet) {
