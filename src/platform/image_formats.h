@@ -59,9 +59,12 @@ enum class ImageDecoder : std::uint8_t {
 struct ImageFormatEntry {
     ImageFormat format;
     ImageDecoder decoder;
-    std::u16string_view extensions;      // in lower case, a blank between each two; usual one first
-    std::u16string_view typeCodes;       // classic file type codes, four characters each, or empty
-    std::u16string_view typeIdentifier;  // uniform type identifier
+    // Words with a blank between each two, the usual one first. Extensions are in lower case.
+    std::u16string_view extensions;
+    // Classic file type codes of four characters each, nothing between them.
+    std::u16string_view typeCodes;
+    // Uniform type identifiers, words as well; none where no name is in public use.
+    std::u16string_view typeIdentifiers;
 };
 
 // One entry for each format but `unknown`, in the order of the enumeration.

@@ -13,30 +13,26 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include "platform/image_metadata.h"
+
 namespace corvy::platform {
 
 namespace {
 
 constexpr std::size_t kBytesPerPixel = 4;
 
-struct WholeSize {
-    int width = 0;
-    int height = 0;
-};
-
-bool isWithinLimits(double width, double height) {
-    return width >= 1 && height >= 1 && width <= kLongestSide && height <= kLongestSide &&
-           width * height <= static_cast<double>(kMostPixels);
-}
-
-// Before it is turned. Pixels are made wider or narrower; the rows stay.
-WholeSize stretchedSize(int width, int height, AVRational aspectRatio) {
-    if (!isWithinLimits(width, height)) return {};
-    if (aspectRatio.num <= 0 || aspectRatio.den <= 0) return {width, height};
+// Before it is turned. Pixels are made wider or narrower; the rows stay. Zero beyond the limits.
+PixelSize stretchedSize(int width, int height, AVRational aspectRatio) {
+    if (width <= 0 || height <= 0) return {};
+    const auto rows = static_cast<std::uint32_t>(height);
+    const PixelSize coded{static_cast<std::uint32_t>(width), rows};
+    if (!isWithinLimits(coded)) return {};
+    if (aspectRatio.num <= 0 || aspectRatio.den <= 0) return coded;
     const double stretched = std::round(width * av_q2d(aspectRatio));
     // A ratio that makes a picture of no size is none.
-    if (!isWithinLimits(stretched, height)) return {width, height};
-    return {static_cast<int>(stretched), height};
+    if (stretched < 1 || stretched > kLongestSide) return coded;
+    const PixelSize shown{static_cast<std::uint32_t>(stretched), rows};
+    return isWithinLimits(shown) ? shown : coded;
 }
 
 // The nearest of the eight ways to lay a picture on its sides, in units of a pixel:
@@ -66,7 +62,7 @@ int colourSpaceOf(const AVFrame& frame) {
 }
 
 // An aligned picture in the raster's order of bytes; null when that cannot be.
-FramePointer converted(const AVFrame& frame, WholeSize size) {
+FramePointer converted(const AVFrame& frame, PixelSize size) {
     struct ScalerFreer {
         void operator()(SwsContext* scaler) const noexcept { sws_freeContext(scaler); }
     };
@@ -84,12 +80,12 @@ FramePointer converted(const AVFrame& frame, WholeSize size) {
     FramePointer out(av_frame_alloc());
     if (!out) return nullptr;
     out->format = AV_PIX_FMT_RGBA;
-    out->width = size.width;
-    out->height = size.height;
+    out->width = static_cast<int>(size.width);
+    out->height = static_cast<int>(size.height);
     if (av_frame_get_buffer(out.get(), 0) != 0) return nullptr;
     const int rows = sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, out->data,
                                out->linesize);
-    return rows == size.height ? std::move(out) : nullptr;
+    return rows == out->height ? std::move(out) : nullptr;
 }
 
 // Copies the picture into the raster, turned.
@@ -132,7 +128,7 @@ FrameDisplay displayOf(AVFormatContext* format, AVStream* stream) {
 }
 
 Size shownSize(int width, int height, const FrameDisplay& display) {
-    WholeSize size = stretchedSize(width, height, display.aspectRatio);
+    PixelSize size = stretchedSize(width, height, display.aspectRatio);
     if (turnOf(display.matrix).swapsSides()) std::swap(size.width, size.height);
     return {static_cast<double>(size.width), static_cast<double>(size.height)};
 }
@@ -140,15 +136,15 @@ Size shownSize(int width, int height, const FrameDisplay& display) {
 std::optional<Raster> rasterOf(const AVFrame& frame, const FrameDisplay& display) {
     const AVPixFmtDescriptor* pixels =
         av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
-    const WholeSize size = stretchedSize(frame.width, frame.height, display.aspectRatio);
+    const PixelSize size = stretchedSize(frame.width, frame.height, display.aspectRatio);
     if (!pixels || size.width == 0) return std::nullopt;
     const FramePointer picture = converted(frame, size);
     if (!picture) return std::nullopt;
 
     const Turn turn = turnOf(display.matrix);
     Raster raster;
-    raster.width = static_cast<std::uint32_t>(turn.swapsSides() ? size.height : size.width);
-    raster.height = static_cast<std::uint32_t>(turn.swapsSides() ? size.width : size.height);
+    raster.width = turn.swapsSides() ? size.height : size.width;
+    raster.height = turn.swapsSides() ? size.width : size.height;
     raster.hasAlpha = (pixels->flags & AV_PIX_FMT_FLAG_ALPHA) != 0;
     raster.rgba.resize(kBytesPerPixel * raster.width * raster.height);
     copyTurned(*picture, turn, raster);

@@ -10,6 +10,7 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
+#include "platform/image_metadata.h"
 #include "platform/movie_formats.h"
 
 namespace corvy::platform {
@@ -161,7 +162,7 @@ CodecPointer openDecoder(const AVStream* stream) {
     if (!codec || avcodec_parameters_to_context(codec.get(), parameters) < 0) return nullptr;
     codec->pkt_timebase = stream->time_base;
     codec->thread_count = 1;
-    codec->max_pixels = kMostPixels;
+    codec->max_pixels = std::int64_t{kMostPixels};
     return avcodec_open2(codec.get(), decoder, nullptr) == 0 ? std::move(codec) : nullptr;
 }
 

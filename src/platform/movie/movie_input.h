@@ -32,10 +32,6 @@ using CodecPointer = std::unique_ptr<AVCodecContext, CodecFreer>;
 using FramePointer = std::unique_ptr<AVFrame, FrameFreer>;
 using PacketPointer = std::unique_ptr<AVPacket, PacketFreer>;
 
-// Limits of what is decoded, in pixels.
-inline constexpr std::int64_t kMostPixels = 128'000'000;
-inline constexpr int kLongestSide = 65'535;
-
 class MovieInput {
 public:
     using Clock = std::chrono::steady_clock;
