@@ -78,6 +78,12 @@ std::optional<Raster> withoutBars(Raster raster, PixelSize picture) {
     return cropped(raster, inner);
 }
 
+// What undoes an orientation.
+constexpr int opposite(int orientation) {
+    if (orientation == 6) return 8;
+    return orientation == 8 ? 6 : orientation;
+}
+
 // How often a picture may be halved before the better filter takes over.
 int halvings(const std::optional<PixelSize>& size, const DecodeTarget& target) {
     if (!size || size->width == 0 || size->height == 0) return 0;
@@ -148,7 +154,8 @@ std::optional<Raster> ImageSource::stored(std::size_t index, const DecodeTarget&
         case ImageDecoder::codec:
             whole = decodeByCodec(bytes_, format_, halvings(metadata_.size, target));
             // The size that the target asks for is that of the whole picture.
-            if (whole && metadata_.size) return fitted(std::move(whole), sizeFor(target, *metadata_.size));
+            if (whole && metadata_.size)
+                return fitted(std::move(whole), sizeFor(target, *metadata_.size));
             break;
         case ImageDecoder::icon: {
             const IconEntry& icon = icons_[index];
@@ -188,10 +195,10 @@ std::optional<Raster> ImageSource::embedded(const EmbeddedImage& image,
                                             std::uint32_t longest) const {
     const VipsDecoding options{.target = {.box = PixelSize{longest, longest}},
                                .heifThumbnail = image.kind == EmbeddedImage::Kind::heifItem};
-    auto raster =
-        options.heifThumbnail
-            ? decodeByVips(bytes_, format_, options)
-            : decodeByVips(bytes_.span().subspan(image.offset, image.length), ImageFormat::jpeg, options);
+    auto raster = options.heifThumbnail
+                      ? decodeByVips(bytes_, format_, options)
+                      : decodeByVips(bytes_.span().subspan(image.offset, image.length),
+                                     ImageFormat::jpeg, options);
     if (!raster || !metadata_.size) return raster;
     const PixelSize whole =
         options.heifThumbnail ? turned(*metadata_.size, metadata_.orientation) : *metadata_.size;
@@ -220,6 +227,17 @@ std::optional<Raster> ImageSource::carriedThumbnail(std::uint32_t longest) const
     return std::nullopt;
 }
 
+// The first picture; of an icon, the smallest that is large enough, or the largest.
+std::size_t ImageSource::thumbnailPicture(std::uint32_t longest) const {
+    std::size_t best = 0;
+    for (std::size_t i = 1; i < icons_.size(); ++i) {
+        const std::uint32_t side = longerSide(pictures_[i].size);
+        const std::uint32_t bestSide = longerSide(pictures_[best].size);
+        if (bestSide < longest ? side > bestSide : side >= longest && side < bestSide) best = i;
+    }
+    return best;
+}
+
 std::optional<Raster> ImageSource::thumbnail(const ThumbnailOptions& options) const {
     const std::uint32_t longest =
         options.maxPixelSize > 0
@@ -228,11 +246,11 @@ std::optional<Raster> ImageSource::thumbnail(const ThumbnailOptions& options) co
     std::optional<Raster> raster;
     if (!options.fromImageAlways) raster = carriedThumbnail(longest);
     if (!raster && (options.fromImageAlways || options.fromImageIfAbsent)) {
-        raster = stored(largestPicture(), {.box = PixelSize{longest, longest}});
+        raster = stored(thumbnailPicture(longest), {.box = PixelSize{longest, longest}});
     }
-    if (!raster) return std::nullopt;
-    if (!options.withTransform || turnsItself(format_)) return raster;
-    return turned(*std::move(raster), metadata_.orientation);
+    if (!raster || options.withTransform == turnsItself(format_)) return raster;
+    return turned(*std::move(raster),
+                  options.withTransform ? metadata_.orientation : opposite(metadata_.orientation));
 }
 
 }  // namespace corvy::platform

@@ -55,6 +55,7 @@ public:
 
 private:
     ImageSource() = default;
+    std::size_t thumbnailPicture(std::uint32_t longest) const;
     std::optional<Raster> stored(std::size_t index, const DecodeTarget& target) const;
     std::optional<Raster> largestPreview(const DecodeTarget& target) const;
     std::optional<Raster> embedded(const EmbeddedImage& image, std::uint32_t longest) const;

@@ -113,8 +113,8 @@ Raster rasterOfPremultiplied(const std::uint8_t* rows, std::size_t stride, Pixel
             if (alpha == 0) continue;
             for (int i = 0; i < 3; ++i) {
                 const std::uint32_t colour = pixel >> (16 - 8 * i) & 255;
-                to[i] = static_cast<std::uint8_t>(
-                    std::min(255U, (colour * 255 + alpha / 2) / alpha));
+                to[i] =
+                    static_cast<std::uint8_t>(std::min(255U, (colour * 255 + alpha / 2) / alpha));
             }
             to[3] = static_cast<std::uint8_t>(alpha);
         }

@@ -178,8 +178,9 @@ std::optional<Raster> rasterOf(VipsPicture picture) {
 
 void prepareVips() {
     // Text goes nowhere but to our callers.
-    g_log_set_handler("VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK),
-                      [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
+    g_log_set_handler(
+        "VIPS", static_cast<GLogLevelFlags>(G_LOG_LEVEL_MASK),
+        [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
     if (VIPS_INIT("corvystack") != 0) throw std::runtime_error("libvips does not start");
     vips_block_untrusted_set(TRUE);
     vips_concurrency_set(1);
