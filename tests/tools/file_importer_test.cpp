@@ -29,7 +29,7 @@ protected:
             },
             1);
         Walk walk({folder_.write(name, contents)}, {.isPackage = isPackageName});
-        return FileImporter(slot, settings).import(*walk.next(), 7).value();
+        return FileImporter(slot, settings, {}).import(*walk.next(), 7).value();
     }
 
     TemporaryFolder folder_;

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/big_endian.h"
+#include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "markup/markup_decoding.h"
 #include "text/plain_text.h"
@@ -57,6 +59,14 @@ std::string headOf(const std::string& path) {
     return head;
 }
 
+// Of an output file, such as "text/000007.txt".
+std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
+    char name[60];
+    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
+                  static_cast<unsigned long long>(number), extension);
+    return name;
+}
+
 }  // namespace
 
 std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
@@ -74,6 +84,8 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
+        } else if (record.kind == "movie" || record.kind == "sound") {
+            stopped = !importMovie(file, number, record);
         }
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
@@ -173,6 +185,30 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
     return true;
 }
 
+// False when the helper was stopped.
+bool FileImporter::importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("posterImageForMovieWithFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    const PropertyList* duration = entries ? entries->find(u"Duration") : nullptr;
+    const PropertyList* thumbnail = entries ? entries->find(u"Thumbnail") : nullptr;
+    const auto size = entries ? sizeFromString(stringOf(*entries, u"Size").value_or(u"")) : Size();
+    const double seconds = duration ? duration->number().value_or(0) : 0;
+    const bool hasSize = size && *size != Size();
+    // What is no movie at all has nothing but zeros.
+    if (seconds == 0 && !hasSize && !thumbnail) record.error = "damaged";
+    if (seconds > 0) record.duration = static_cast<float>(seconds);
+    if (hasSize) record.properties.set(u"Size", sizeString(*size));
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    return true;
+}
+
 // The text that is searched: of the body, as in web archives.
 void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
     const FileContents contents =
@@ -201,6 +237,24 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     }
 }
 
+void FileImporter::addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record) {
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return;
+    RecordThumbnail entry{.file = numberedName("thumbnails", number, "png")};
+    const std::string path = settings_.outFolder + "/" + entry.file;
+    if (!writePicture_(tiff, path)) {
+        record.error = "notWritable";
+        return;
+    }
+    // Width and height stand first in every PNG.
+    constexpr std::size_t kSizes = 16;
+    const std::string head = headOf(path);
+    if (head.size() < kSizes + 8) return;
+    const auto bytes = std::as_bytes(std::span(head));
+    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
+    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
+    record.thumbnail = std::move(entry);
+}
+
 void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {
     if (isBlank(text)) {
         record.error = "noText";
@@ -209,9 +263,7 @@ void FileImporter::addText(std::u16string text, std::uint64_t number, ImportReco
     RecordText entry;
     entry.length = text.size();
     if (!settings_.outFolder.empty()) {
-        char name[40];
-        std::snprintf(name, sizeof name, "text/%06llu.txt",
-                      static_cast<unsigned long long>(number));
+        const std::string name = numberedName("text", number, "txt");
         if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
             entry.file = name;
         } else {

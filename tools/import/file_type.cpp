@@ -37,6 +37,18 @@ bool looksLikeText(std::string_view head) {
     return false;
 }
 
+// Packets of 188 bytes, each with the same first byte. By the name alone such a file could as well
+// be a program's source.
+bool isTransportStream(std::string_view head) {
+    constexpr std::size_t kPacket = 188;
+    constexpr std::size_t kLeast = 4;
+    if (head.size() < kPacket * kLeast) return false;
+    for (std::size_t at = 0; at < head.size(); at += kPacket) {
+        if (head[at] != 'G') return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 const FileType* typeForName(std::string_view name) {
@@ -55,6 +67,7 @@ const FileType* typeForName(std::string_view name) {
 
 FileType typeForHead(std::span<const std::byte> head) {
     if (hasPdfSignature(head)) return {"com.adobe.pdf", "pdf"};
+    if (isTransportStream(charsOf(head))) return {"public.mpeg-2-transport-stream", "movie"};
     if (!head.empty() && looksLikeText(charsOf(head))) return {"public.plain-text", "text"};
     return kDataType;
 }
