@@ -19,6 +19,8 @@ int thumbnailCommand(int argc, char** argv);
 int webArchiveCommand(int argc, char** argv);
 // html_commands.cpp
 int htmlCommand(int argc, char** argv);
+// poster_command.cpp
+int posterCommand(int argc, char** argv);
 // plain_text_commands.cpp
 int textCommand(int argc, char** argv);
 int errorPageCommand(int argc, char** argv);

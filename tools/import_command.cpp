@@ -6,7 +6,6 @@
 #include <deque>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "tools/arguments.h"
@@ -52,7 +51,7 @@ public:
           progress_(::isatty(STDERR_FILENO) != 0 && !options.quiet) {
         for (std::size_t i = 0; i < options.jobs; ++i) {
             helpers_.emplace_back(launchOwnedHelper, options.timeout);
-            pictureWorkers_.emplace_back(workerProgramFolder());
+            pools_.emplace_back(workerProgramFolder());
         }
     }
 
@@ -88,13 +87,10 @@ private:
     }
 
     std::optional<Finished> work(std::size_t thread, const Job& job) {
-        PictureWriter writer;
-        if (!options_.settings.outFolder.empty()) {
-            writer = [&pool = pictureWorkers_[thread]](const Bytes& tiff, const std::string& path) {
-                return writePicture(pool, tiff, path).empty();
-            };
-        }
-        FileImporter importer(helpers_[thread], options_.settings, std::move(writer));
+        FileImporter importer(helpers_[thread], options_.settings,
+                              [&pool = pools_[thread]](const Bytes& tiff, const std::string& path) {
+                                  return writePicture(pool, tiff, path).empty();
+                              });
         auto record = importer.import(job.file, output_.firstNumber() + job.number);
         if (!record) return std::nullopt;
         progress_.addWork(job.file.size);
@@ -164,9 +160,8 @@ private:
     RecordOutput output_;
     Walk walk_;
     Progress progress_;
-    // One of each for each thread.
-    std::deque<HelperSlot> helpers_;
-    std::deque<platform::WorkerPool> pictureWorkers_;
+    std::deque<HelperSlot> helpers_;          // one for each thread
+    std::deque<platform::WorkerPool> pools_;  // that encode pictures, one for each thread
     std::uint64_t skipped_ = 0;
 };
 
@@ -180,7 +175,7 @@ int importCommand(int argc, char** argv) {
         "corvystack import");
     app.add_option("PATH", options.paths, "files, and folders whose files are meant")->required();
     app.add_option("--out", options.settings.outFolder,
-                   "write DIR/records.jsonl, and texts and thumbnails to files\nin DIR")
+                   "write DIR/records.jsonl, and texts and thumbnails to files in DIR")
         ->type_name("DIR");
     app.add_option("--jobs", options.jobs, "files at a time, each with a helper of its own")
         ->check(CLI::Range(std::size_t{1}, kMostJobs))
@@ -189,7 +184,7 @@ int importCommand(int argc, char** argv) {
     app.add_flag("--recursive", options.walk.recursive, "folders inside folders as well");
     app.add_flag("--no-text", options.noTexts, "no texts");
     app.add_flag("--no-thumbnails", options.noThumbnails,
-                 "no thumbnails (there are none without --out)");
+                 "no thumbnails; without --out there are none");
     app.add_option("--timeout", options.timeout, "seconds that a file may take")
         ->check(CLI::PositiveNumber)
         ->type_name("S")

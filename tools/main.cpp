@@ -24,6 +24,7 @@ constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
     {"thumbnail", "a small picture of an image, PDF or PostScript file", thumbnailCommand},
+    {"poster", "a frame of a movie, or the cover of a sound", posterCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},

@@ -6,6 +6,7 @@
 
 #include "client/im_export.h"
 #include "platform/library_versions.h"
+#include "service/movie_conversion.h"
 #include "text/web_archive.h"
 
 namespace corvy {
@@ -50,7 +51,7 @@ private:
 };
 
 // The program corvystack-worker-NAME of each is one family of foreign libraries.
-constexpr const char* kWorkerFamilies[] = {"image", "pdf"};
+constexpr const char* kWorkerFamilies[] = {"image", "movie", "pdf"};
 
 void removeNullEntries(Dictionary& dictionary) {
     std::vector<std::u16string> keys;
@@ -90,7 +91,8 @@ constexpr Invocation kInvocations[] = {
     },
     [](CorvyStackHelper& helper, ArgumentReader& in) -> RemoteValue {
         const auto path = in.string();
-        return PropertyList(path ? helper.posterImageForMovieWithFile(*path) : Dictionary());
+        // No path is one that cannot be opened.
+        return PropertyList(helper.posterImageForMovieWithFile(path ? *path : std::u16string()));
     },
     [](CorvyStackHelper& helper, ArgumentReader& in) -> RemoteValue {
         const auto path = in.string();
@@ -163,8 +165,13 @@ std::optional<Dictionary> CorvyStackHelper::attributedStringWithPDF(bool attribu
     return ::corvy::attributedStringWithPDF(pdf, {.attributed = attributed}, pdfContext());
 }
 
-Dictionary CorvyStackHelper::posterImageForMovieWithFile(std::u16string_view) {
-    return {};
+Dictionary CorvyStackHelper::posterImageForMovieWithFile(std::u16string_view path) {
+    MovieConversionContext context;
+    context.runWorker = [this](const platform::WorkerRequest& request) {
+        return workers_.run(request);
+    };
+    context.clock = monotonicSeconds;
+    return ::corvy::posterImageForMovieWithFile(path, context);
 }
 
 std::optional<Dictionary> CorvyStackHelper::attributedStringWithContentsOfFile(

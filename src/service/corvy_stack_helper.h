@@ -41,7 +41,7 @@ public:
     // Text (plain, or flat RTFD bytes), page count and attributes of a PDF; none when the bytes
     // are no PDF.
     std::optional<Dictionary> attributedStringWithPDF(bool attributed, const Bytes& pdf);
-    // A frame, size and duration of a movie. Not built yet: an empty dictionary.
+    // Duration and size of a movie or sound, 0 where it has none, and a frame if it can be had.
     Dictionary posterImageForMovieWithFile(std::u16string_view path);
     // A document as RTFD. Not built yet: none.
     std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path);

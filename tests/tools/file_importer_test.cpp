@@ -29,7 +29,7 @@ protected:
             },
             1);
         Walk walk({folder_.write(name, contents)}, {.isPackage = isPackageName});
-        return FileImporter(slot, settings).import(*walk.next(), 7).value();
+        return FileImporter(slot, settings, {}).import(*walk.next(), 7).value();
     }
 
     TemporaryFolder folder_;
@@ -74,7 +74,8 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
         {"empty.webarchive", "", std::nullopt, "webarchive", "empty"},
         {"textless.html", "<img src=a><script>x</script>", std::nullopt, "html", "noText"},
         {"blank.txt", " \r\n", std::nullopt, "text", "noText"},
-        {"picture.png", "\x89PNG", std::nullopt, "image", ""},
+        {"picture.png", "\x89PNG", std::nullopt, "image", "damaged"},
+        {"picture", "\x89PNG\r\n\x1A\n", std::nullopt, "image", "damaged"},
         {"data", "\x01\x02", std::nullopt, "other", ""},
     };
     for (const Case& c : cases) {

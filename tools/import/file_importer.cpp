@@ -12,9 +12,10 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/big_endian.h"
+#include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "markup/markup_decoding.h"
-#include "platform/image_metadata.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
@@ -50,14 +51,6 @@ bool isBlank(std::u16string_view text) {
     });
 }
 
-// Where something of a file goes, below the folder of all of it.
-std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
-    char name[64];
-    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
-                  static_cast<unsigned long long>(number), extension);
-    return name;
-}
-
 // The first bytes of a file; empty when it cannot be read.
 std::string headOf(const std::string& path) {
     std::string head;
@@ -68,6 +61,14 @@ std::string headOf(const std::string& path) {
     ::close(file);
     head.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     return head;
+}
+
+// Of an output file, such as "text/000007.txt".
+std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
+    char name[60];
+    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
+                  static_cast<unsigned long long>(number), extension);
+    return name;
 }
 
 }  // namespace
@@ -89,6 +90,8 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
+        } else if (record.kind == "movie" || record.kind == "sound") {
+            stopped = !importMovie(file, number, record);
         }
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
@@ -163,16 +166,16 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     }
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
-    if (!wantsThumbnails()) return true;
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
     // A page that cannot be drawn is no fault of the record.
-    HelperSlot::Answer picture = thumbnail(file);
-    if (picture.value && picture.value->dictionary()) {
-        addThumbnail(*picture.value->dictionary(), number, record);
-    }
+    const HelperSlot::Answer picture = callForThumbnail(file);
+    const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
+    const PropertyList* thumbnail = drawn ? drawn->find(u"Thumbnail") : nullptr;
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
     return !picture.stopped;
 }
 
-HelperSlot::Answer FileImporter::thumbnail(const FoundFile& file) {
+HelperSlot::Answer FileImporter::callForThumbnail(const FoundFile& file) {
     // The helper opens the file itself, from another folder.
     const std::string path = std::filesystem::absolute(file.path).string();
     return helper_.call(kThumbnailOperation,
@@ -182,7 +185,7 @@ HelperSlot::Answer FileImporter::thumbnail(const FoundFile& file) {
 
 // False when the helper was stopped.
 bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    HelperSlot::Answer answer = thumbnail(file);
+    HelperSlot::Answer answer = callForThumbnail(file);
     if (answer.stopped) return false;
     record.error = answer.error;
     if (!record.error.empty()) return true;
@@ -191,7 +194,8 @@ bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, Impo
         record.error = "damaged";
         return true;
     }
-    if (wantsThumbnails()) addThumbnail(*entries, number, record);
+    const PropertyList* thumbnail = entries->find(u"Thumbnail");
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
     entries->remove(u"Thumbnail");
     // Those of pixels have their properties in a dictionary, drawings have their sizes beside.
     PropertyList* properties = entries->find(u"Properties");
@@ -199,21 +203,6 @@ bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, Impo
                             ? std::move(*properties->dictionary())
                             : std::move(*entries);
     return true;
-}
-
-void FileImporter::addThumbnail(const Dictionary& answer, std::uint64_t number,
-                                ImportRecord& record) {
-    const PropertyList* thumbnail = answer.find(u"Thumbnail");
-    const Bytes* tiff = thumbnail != nullptr ? thumbnail->bytes() : nullptr;
-    if (tiff == nullptr) return;
-    const auto size = platform::imageMetadataOf(*tiff, platform::ImageFormat::tiff).size;
-    if (!size) return;
-    const std::string name = numberedName("thumbnails", number, "png");
-    if (writePicture_(*tiff, settings_.outFolder + "/" + name)) {
-        record.thumbnail = {.file = name, .width = size->width, .height = size->height};
-    } else {
-        record.error = "notWritable";
-    }
 }
 
 // False when the helper was stopped.
@@ -235,6 +224,30 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
     }
     if (settings_.texts) addText(*std::move(text), number, record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
+    return true;
+}
+
+// False when the helper was stopped.
+bool FileImporter::importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("posterImageForMovieWithFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    const PropertyList* duration = entries ? entries->find(u"Duration") : nullptr;
+    const PropertyList* thumbnail = entries ? entries->find(u"Thumbnail") : nullptr;
+    const auto size = entries ? sizeFromString(stringOf(*entries, u"Size").value_or(u"")) : Size();
+    const double seconds = duration ? duration->number().value_or(0) : 0;
+    const bool hasSize = size && *size != Size();
+    // What is no movie at all has nothing but zeros.
+    if (seconds == 0 && !hasSize && !thumbnail) record.error = "damaged";
+    if (seconds > 0) record.duration = static_cast<float>(seconds);
+    if (hasSize) record.properties.set(u"Size", sizeString(*size));
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
     return true;
 }
 
@@ -264,6 +277,24 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     } else {
         addText(plainText(contents.bytes.chars()), number, record);
     }
+}
+
+void FileImporter::addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record) {
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return;
+    RecordThumbnail entry{.file = numberedName("thumbnails", number, "png")};
+    const std::string path = settings_.outFolder + "/" + entry.file;
+    if (!writePicture_(tiff, path)) {
+        record.error = "notWritable";
+        return;
+    }
+    // Width and height stand first in every PNG.
+    constexpr std::size_t kSizes = 16;
+    const std::string head = headOf(path);
+    if (head.size() < kSizes + 8) return;
+    const auto bytes = std::as_bytes(std::span(head));
+    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
+    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
+    record.thumbnail = std::move(entry);
 }
 
 void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {

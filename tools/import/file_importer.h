@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "foundation/bytes.h"
 #include "tools/import/helper_slot.h"
 #include "tools/import/record.h"
 #include "tools/import/walk.h"
@@ -23,31 +24,31 @@ struct ImportSettings {
 // Longer texts stand in no record, in UTF-16 code units.
 inline constexpr std::size_t kLongestInlineText = std::size_t{16} << 20;
 
-// Writes a picture, a TIFF file in memory, as the file of the path. False when it cannot.
+// Writes a picture, a TIFF file in memory, in the format that the path's extension names. False
+// when that fails.
 using PictureWriter = std::function<bool(const Bytes& tiff, const std::string& path)>;
 
 class FileImporter {
 public:
-    // `helper` is for this importer alone. Without a writer there are no thumbnails.
-    FileImporter(HelperSlot& helper, const ImportSettings& settings, PictureWriter writer = {})
-        : helper_(helper), settings_(settings), writePicture_(std::move(writer)) {}
+    // `helper` is for this importer alone.
+    FileImporter(HelperSlot& helper, const ImportSettings& settings, PictureWriter writePicture)
+        : helper_(helper), settings_(settings), writePicture_(std::move(writePicture)) {}
 
-    // The record; texts go to text/NUMBER.txt of the folder, thumbnails to thumbnails/NUMBER.png.
-    // None when the helper was stopped in
-    // the middle of it.
+    // The record; texts go to text/NUMBER.txt of the folder, pictures to thumbnails/NUMBER.png.
+    // None when the helper was stopped in the middle of it.
     std::optional<ImportRecord> import(const FoundFile& file, std::uint64_t number);
 
 private:
     bool examine(const FoundFile& file, ImportRecord& record);
     bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    bool wantsThumbnails() const { return settings_.thumbnails && writePicture_ != nullptr; }
-    HelperSlot::Answer thumbnail(const FoundFile& file);
     bool importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    void addThumbnail(const Dictionary& answer, std::uint64_t number, ImportRecord& record);
+    HelperSlot::Answer callForThumbnail(const FoundFile& file);
     void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
+    void addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record);
 
     HelperSlot& helper_;
     ImportSettings settings_;

@@ -30,7 +30,7 @@ constexpr KnownError kErrors[] = {
     {"notAPDF", "is not a PDF"},
     {"notFound", "no such file"},
     {"notReadable", "cannot be read"},
-    {"notWritable", "its text or thumbnail could not be written"},
+    {"notWritable", "its text could not be written"},
     {"specialFile", "not a file, a folder or a link to one"},
     {"textTooLong", "text too long for the record, use --out"},
     {"timeout", "took too long"},
@@ -58,14 +58,13 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
         json.set(u"text", std::move(text));
     }
     if (record.thumbnail) {
-        Dictionary thumbnail;
-        thumbnail.set(u"file", asciiText(record.thumbnail->file));
-        thumbnail.set(u"width", static_cast<std::int64_t>(record.thumbnail->width));
-        thumbnail.set(u"height", static_cast<std::int64_t>(record.thumbnail->height));
-        json.set(u"thumbnail", std::move(thumbnail));
+        json.set(u"thumbnail", Dictionary{{u"file", asciiText(record.thumbnail->file)},
+                                          {u"width", record.thumbnail->width},
+                                          {u"height", record.thumbnail->height}});
     }
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
     if (record.pages) json.set(u"pages", *record.pages);
+    if (record.duration) json.set(u"duration", *record.duration);
     json.set(u"seconds", std::round(record.seconds * 1000) / 1000);
     if (!record.error.empty()) json.set(u"error", asciiText(record.error));
     return jsonOf(std::move(json), {.pretty = pretty, .plainDictionaries = true});

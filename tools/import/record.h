@@ -19,8 +19,8 @@ struct RecordText {
 
 struct RecordThumbnail {
     std::string file = {};
-    std::uint32_t width = 0;  // pixels
-    std::uint32_t height = 0;
+    std::int64_t width = 0;  // pixels
+    std::int64_t height = 0;
 };
 
 struct ImportRecord {
@@ -33,7 +33,8 @@ struct ImportRecord {
     std::optional<RecordThumbnail> thumbnail = {};
     Dictionary properties = {};
     std::optional<std::int64_t> pages = {};
-    double seconds = 0;  // that the file took; rounded to milliseconds
+    std::optional<float> duration = {};  // seconds
+    double seconds = 0;                  // that the file took; rounded to milliseconds
     std::string_view error = {};
 };
 

@@ -27,12 +27,12 @@ std::string stateOf(std::optional<std::int64_t> size, std::u16string_view modifi
     return (size ? std::to_string(*size) : std::string()) + " " + toUtf8(modified);
 }
 
-// The number in "FOLDER/NUMBER.EXTENSION", 0 for any other name.
+// The number in "FOLDER/NUMBER.txt" or the like, 0 for any other name.
 std::uint64_t numberOfFile(std::u16string_view name) {
     const std::string text = toUtf8(name);
     const std::size_t start = text.find('/') + 1;
     std::uint64_t number = 0;
-    if (start > 0) std::from_chars(text.data() + start, text.data() + text.size(), number);
+    if (start != 0) std::from_chars(text.data() + start, text.data() + text.size(), number);
     return number;
 }
 
@@ -40,8 +40,8 @@ std::uint64_t numberOfFile(std::u16string_view name) {
 
 RecordOutput::RecordOutput(std::string folder, bool resume) {
     if (folder.empty()) return;
-    for (const char* files : {"/text", "/thumbnails"}) {
-        if (const int error = makeFolder(folder + files)) fail(folder, error);
+    for (const char* inside : {"/text", "/thumbnails"}) {
+        if (const int error = makeFolder(folder + inside)) fail(folder, error);
     }
     path_ = std::move(folder) + "/records.jsonl";
     if (resume) readEarlier();
@@ -78,9 +78,9 @@ void RecordOutput::note(std::string_view line) {
     const Dictionary* record = json ? json->dictionary() : nullptr;
     if (!record) return;
     for (const char16_t* key : {u"text", u"thumbnail"}) {
-        const PropertyList* files = record->find(key);
-        if (files == nullptr || files->dictionary() == nullptr) continue;
-        const auto name = stringOf(*files->dictionary(), u"file").value_or(u"");
+        const PropertyList* entry = record->find(key);
+        if (!entry || !entry->dictionary()) continue;
+        const auto name = stringOf(*entry->dictionary(), u"file").value_or(u"");
         firstNumber_ = std::max(firstNumber_, numberOfFile(name) + 1);
     }
     const auto path = bytesOfPath(stringOf(*record, u"path").value_or(u""));
