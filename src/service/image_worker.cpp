@@ -29,7 +29,7 @@ bool flag(const Dictionary& arguments, std::u16string_view key) {
     return value != nullptr && value->boolean().value_or(false);
 }
 
-TemporaryFolder folderOf(platform::WorkerChannel& channel) {
+FolderSource folderOf(platform::WorkerChannel& channel) {
     return [&channel] { return channel.temporaryFolder(); };
 }
 
