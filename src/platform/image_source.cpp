@@ -4,11 +4,13 @@
 #include <cmath>
 #include <utility>
 
+#include "foundation/text.h"
 #include "platform/codec_image.h"
 #include "platform/image_signature.h"
 #include "platform/mac_paint.h"
 #include "platform/raster_operations.h"
 #include "platform/vips_image.h"
+#include "platform/whole_file.h"
 
 namespace corvy::platform {
 
@@ -135,6 +137,13 @@ std::optional<ImageSource> ImageSource::create(Bytes bytes, std::u16string_view 
     return source;
 }
 
+std::optional<ImageSource> ImageSource::ofFile(std::u16string_view path) {
+    auto bytes = bytesOfFile(path, {.mapped = true});
+    auto source = bytes ? create(*std::move(bytes), pathExtension(path)) : std::nullopt;
+    if (source) source->file_ = bytesOfPath(path).value();
+    return source;
+}
+
 std::optional<Raster> ImageSource::picture(std::size_t index, const DecodeTarget& target) const {
     if (turnsItself(format_)) return stored(index, target);
     DecodeTarget lying = target;
@@ -148,7 +157,9 @@ std::optional<Raster> ImageSource::stored(std::size_t index, const DecodeTarget&
     switch (entryOf(format_).decoder) {
         case ImageDecoder::vips:
             return decodeByVips(bytes_, format_,
-                                {.target = target, .page = static_cast<std::uint32_t>(index)});
+                                {.target = target,
+                                 .file = file_.empty() ? nullptr : file_.c_str(),
+                                 .page = static_cast<std::uint32_t>(index)});
         case ImageDecoder::embedded: return largestPreview(target);
         case ImageDecoder::macPaint: whole = decodeMacPaint(bytes_); break;
         case ImageDecoder::codec:

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +33,10 @@ public:
     // None when the bytes are in no format with pixels, or hold no picture, or one beyond the
     // limits. `extension` is that of the file's name, and may be empty.
     static std::optional<ImageSource> create(Bytes bytes, std::u16string_view extension);
+
+    // The same for the bytes of a file, which are not read but where they are needed. One that is
+    // made shorter meanwhile ends the process.
+    static std::optional<ImageSource> ofFile(std::u16string_view path);
 
     ImageFormat format() const { return format_; }
     const Bytes& bytes() const { return bytes_; }
@@ -62,6 +67,7 @@ private:
     std::optional<Raster> carriedThumbnail(std::uint32_t longest) const;
 
     Bytes bytes_;
+    std::string file_;  // that holds them, or empty
     ImageFormat format_ = ImageFormat::unknown;
     ImageMetadata metadata_;
     std::vector<IconEntry> icons_;  // views into the bytes
