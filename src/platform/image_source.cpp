@@ -140,7 +140,11 @@ std::optional<ImageSource> ImageSource::create(Bytes bytes, std::u16string_view 
 std::optional<ImageSource> ImageSource::ofFile(std::u16string_view path) {
     auto bytes = bytesOfFile(path, {.mapped = true});
     auto source = bytes ? create(*std::move(bytes), pathExtension(path)) : std::nullopt;
-    if (source) source->file_ = bytesOfPath(path).value();
+    if (source) {
+        source->file_ = bytesOfPath(path).value();
+        // What was looked at for the metadata need not stay in memory while pixels are decoded.
+        letGo(source->bytes_);
+    }
     return source;
 }
 

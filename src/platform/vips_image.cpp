@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/jpeg_first_scan.h"
 #include "platform/raster_operations.h"
 #include "platform/vips_support.h"
 
@@ -98,6 +99,17 @@ VipsPicture scaled(VipsImage* picture, PixelSize size) {
     // Asked to, the library would turn pictures without a profile too, and shift their colours.
     VipsPicture out = attempt(hasProfile(picture) ? "srgb" : nullptr);
     return out ? std::move(out) : attempt(nullptr);
+}
+
+// Pixels that came another way, with the profile of the picture that they belong to.
+VipsPicture withProfileOf(VipsImage* picture, VipsPicture pixels) {
+    const void* profile = nullptr;
+    std::size_t size = 0;
+    if (!pixels || !hasProfile(picture)) return pixels;
+    if (vips_image_get_blob(picture, VIPS_META_ICC_NAME, &profile, &size) == 0) {
+        vips_image_set_blob_copy(pixels.get(), VIPS_META_ICC_NAME, profile, size);
+    }
+    return pixels;
 }
 
 VipsKernel kernelFor(Interpolation interpolation) {
@@ -244,7 +256,14 @@ std::optional<Raster> decodeByVips(std::span<const std::byte> bytes, ImageFormat
     if (!picture || !isWithinLimits(sizeOf(picture))) return std::nullopt;
     const PixelSize wanted = sizeFor(options.target, sizeOf(picture));
     loading.shrink = shrinkOnLoad(format, sizeOf(picture), wanted);
-    if (loading.shrink > 1) picture = load(sourceOf(bytes, options.file), format, loading);
+    const std::optional<Raster> eighth = format == ImageFormat::jpeg && loading.shrink == 8
+                                             ? eighthOfProgressiveJpeg(bytes)
+                                             : std::nullopt;
+    if (eighth) {
+        picture = withProfileOf(picture.get(), vipsPictureOf(*eighth));
+    } else if (loading.shrink > 1) {
+        picture = load(sourceOf(bytes, options.file), format, loading);
+    }
     if (!picture) return std::nullopt;
     picture = scaled(picture.get(), wanted);
     return picture ? rasterOf(std::move(picture)) : std::nullopt;

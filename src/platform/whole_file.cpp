@@ -64,4 +64,9 @@ std::optional<Bytes> bytesOfFile(std::u16string_view path, const FileReading& op
     }
 }
 
+void letGo(const Bytes& mapped) {
+    if (mapped.empty()) return;
+    ::madvise(const_cast<std::byte*>(mapped.data()), mapped.size(), MADV_DONTNEED);
+}
+
 }  // namespace corvy::platform

@@ -20,4 +20,7 @@ struct FileReading {
 // pipe or device.
 std::optional<Bytes> bytesOfFile(std::u16string_view path, const FileReading& options = {});
 
+// Gives the memory of a mapped file back; what is looked at again is read again.
+void letGo(const Bytes& mapped);
+
 }  // namespace corvy::platform
