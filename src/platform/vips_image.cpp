@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/jpeg_first_scan.h"
+#include "platform/jpeg_eighth.h"
 #include "platform/raster_operations.h"
 #include "platform/vips_support.h"
 
@@ -257,7 +257,7 @@ std::optional<Raster> decodeByVips(std::span<const std::byte> bytes, ImageFormat
     const PixelSize wanted = sizeFor(options.target, sizeOf(picture));
     loading.shrink = shrinkOnLoad(format, sizeOf(picture), wanted);
     const std::optional<Raster> eighth = format == ImageFormat::jpeg && loading.shrink == 8
-                                             ? eighthOfProgressiveJpeg(bytes)
+                                             ? eighthOfJpeg(bytes)
                                              : std::nullopt;
     if (eighth) {
         picture = withProfileOf(picture.get(), vipsPictureOf(*eighth));

@@ -4,6 +4,7 @@
 #include "platform/codec_image.h"
 #include "platform/image_encoder.h"
 #include "platform/vips_image.h"
+#include "platform/vips_support.h"
 #include "tests/support/rasters.h"
 
 namespace corvy::platform {
@@ -244,6 +245,47 @@ TEST(ImageSource, TakesTheThumbnailThatIsCarried) {
             EXPECT_TRUE(isNear(pixelAt(*thumbnail, x, y), *c.colour, 25))
                 << c.name << ": " << colourText(pixelAt(*thumbnail, x, y));
         }
+    }
+}
+
+TEST(ImageSource, TakesLargeJpegFilesAtAnEighth) {
+    struct Case {
+        const char* name;
+        bool progressive;
+        VipsInterpretation colours;
+        double kept;  // part of the file
+        bool hasRight;
+    };
+    constexpr Case cases[] = {
+        {"baseline", false, VIPS_INTERPRETATION_sRGB, 1, true},
+        {"baseline, cut off", false, VIPS_INTERPRETATION_sRGB, 0.5, true},
+        {"progressive", true, VIPS_INTERPRETATION_sRGB, 1, true},
+        {"progressive, only its begin", true, VIPS_INTERPRETATION_sRGB, 0.7, true},
+        {"grey", true, VIPS_INTERPRETATION_B_W, 1, false},
+        {"CMYK", false, VIPS_INTERPRETATION_CMYK, 1, true},
+    };
+    const Raster raster = halves({1600, 1200}, kWhite, kBlue);
+    const VipsPicture pixels = vipsPictureOf(raster);
+    for (const Case& c : cases) {
+        const VipsPicture converted = vipsResult([&](VipsImage** out) {
+            return vips_colourspace(pixels.get(), out, c.colours, nullptr);
+        });
+        void* data = nullptr;
+        std::size_t size = 0;
+        ASSERT_EQ(vips_jpegsave_buffer(converted.get(), &data, &size, "interlace", c.progressive,
+                                       nullptr),
+                  0);
+        const std::string file(static_cast<const char*>(data), size);
+        g_free(data);
+        const auto source =
+            sourceOf(file.substr(0, static_cast<std::size_t>(c.kept * static_cast<double>(size))));
+        ASSERT_TRUE(source) << c.name;
+        const auto thumbnail = source->thumbnail({.maxPixelSize = 80, .fromImageAlways = true});
+        ASSERT_TRUE(thumbnail) << c.name;
+        ASSERT_EQ(sizeOf(*thumbnail), (PixelSize{80, 60})) << c.name;
+        EXPECT_TRUE(isNear(pixelAt(*thumbnail, 5, 5), kWhite)) << c.name;
+        const Colour right = pixelAt(*thumbnail, 75, 5);
+        EXPECT_EQ(right[2] > right[0] + 40, c.hasRight) << c.name << ": " << colourText(right);
     }
 }
 

@@ -1,4 +1,4 @@
-#include "platform/jpeg_first_scan.h"
+#include "platform/jpeg_eighth.h"
 
 #include <cstddef>
 #include <cstdio>
@@ -34,32 +34,27 @@ public:
     Decompressor(const Decompressor&) = delete;
     Decompressor& operator=(const Decompressor&) = delete;
 
-    // False when there is nothing to be gained, or too much to be had.
-    bool readHeader() {
+    // False for what is not read here.
+    bool start() {
         ::jpeg_read_header(&jpeg_, TRUE);
         const bool hasUsualColours = jpeg_.num_components == 1 || jpeg_.num_components == 3;
-        return jpeg_.progressive_mode != 0 && hasUsualColours &&
-               isWithinLimits({jpeg_.image_width, jpeg_.image_height});
-    }
-
-    // False when the file ends before.
-    bool readAverages() {
-        jpeg_.buffered_image = TRUE;
+        if (!hasUsualColours || !isWithinLimits({jpeg_.image_width, jpeg_.image_height})) {
+            return false;
+        }
+        jpeg_.buffered_image = jpeg_.progressive_mode;
         jpeg_.do_block_smoothing = FALSE;
         jpeg_.scale_num = 1;
         jpeg_.scale_denom = kEighth;
         jpeg_.out_color_space = JCS_EXT_RGBA;
         ::jpeg_start_decompress(&jpeg_);
-        while (jpeg_.input_scan_number <= kMostScans) {
-            const int state = ::jpeg_consume_input(&jpeg_);
-            if (state == JPEG_SUSPENDED || state == JPEG_REACHED_EOI) return false;
-            if (state == JPEG_SCAN_COMPLETED && hasAverages()) return errors_.num_warnings == 0;
-        }
-        return false;
+        return true;
     }
 
     Raster output() {
-        ::jpeg_start_output(&jpeg_, jpeg_.input_scan_number);
+        if (jpeg_.buffered_image != 0) {
+            readAverages();
+            ::jpeg_start_output(&jpeg_, jpeg_.input_scan_number);
+        }
         Raster raster{jpeg_.output_width, jpeg_.output_height, {}, false};
         const std::size_t rowBytes = std::size_t{4} * raster.width;
         raster.rgba.resize(rowBytes * raster.height);
@@ -72,6 +67,15 @@ public:
     }
 
 private:
+    // Or as many as there are.
+    void readAverages() {
+        while (jpeg_.input_scan_number <= kMostScans) {
+            const int state = ::jpeg_consume_input(&jpeg_);
+            if (state == JPEG_SUSPENDED || state == JPEG_REACHED_EOI) return;
+            if (state == JPEG_SCAN_COMPLETED && hasAverages()) return;
+        }
+    }
+
     // All colours have theirs, but for one bit.
     bool hasAverages() const {
         for (int i = 0; i < jpeg_.num_components; ++i) {
@@ -87,11 +91,10 @@ private:
 
 }  // namespace
 
-std::optional<Raster> eighthOfProgressiveJpeg(std::span<const std::byte> bytes) {
+std::optional<Raster> eighthOfJpeg(std::span<const std::byte> bytes) {
     try {
         Decompressor jpeg(bytes);
-        if (!jpeg.readHeader() || !jpeg.readAverages()) return std::nullopt;
-        return jpeg.output();
+        return jpeg.start() ? std::optional(jpeg.output()) : std::nullopt;
     } catch (const std::exception&) {
         return std::nullopt;
     }
