@@ -16,7 +16,7 @@ public:
     // 20 s of 160 x 32 pixels, 30 frames a second.
     static constexpr const char* kNumbers =
         "-f lavfi -i \"color=s=160x32:r=30:d=20,"
-        "geq=lum='if(mod(floor(N/pow(2,floor(X/16))),2),235,16)':cb=128:cr=128\"";
+        "geq=lum='if(mod(floor(N/pow(2,floor(X/16))),2),235,16)':cb=128:cr=128\" -c:v ffv1";
 
     static bool areAvailable() { return std::system("command -v ffmpeg >/dev/null") == 0; }
 
@@ -38,7 +38,7 @@ private:
     std::string numbers() {
         if (numbers_.empty()) {
             numbers_ = path("numbers.mkv");
-            run(std::string(kNumbers) + " -c:v ffv1", numbers_);
+            run(kNumbers, numbers_);
         }
         return numbers_;
     }

@@ -29,7 +29,15 @@ protected:
             },
             1);
         Walk walk({folder_.write(name, contents)}, {.isPackage = isPackageName});
-        return FileImporter(slot, settings, {}).import(*walk.next(), 7).value();
+        return FileImporter(slot, settings,
+                            [](const Bytes& tiff, const std::string& path) {
+                                // As long as a PNG's header, with 3 x 2 pixels in it.
+                                std::ofstream(path)
+                                    << tiff.chars() << std::string("\0\0\0\3\0\0\0\2", 8);
+                                return true;
+                            })
+            .import(*walk.next(), 7)
+            .value();
     }
 
     TemporaryFolder folder_;
@@ -96,6 +104,33 @@ TEST_F(FileImporterTest, TakesWhatTheWebArchiveGives) {
     record = imported("a.webarchive", "bplist00", answer, {.texts = false});
     EXPECT_FALSE(record.text);
     EXPECT_EQ(record.properties.size(), 1U);
+}
+
+TEST_F(FileImporterTest, TakesWhatTheMovieGives) {
+    const auto answer = [](float seconds, const char16_t* size) {
+        return Dictionary{{u"Duration", seconds}, {u"Size", size}};
+    };
+    Dictionary movie = answer(2.5F, u"{640, 480}");
+    movie.set(u"Thumbnail", Bytes::copyOf("sixteen of bytes"));
+    const std::string out = folder_.path("out");
+    std::filesystem::create_directories(out + "/thumbnails");
+    ImportRecord record = imported("a.mov", "moov", PropertyList(movie), {.outFolder = out});
+    EXPECT_EQ(record.error, "");
+    EXPECT_EQ(record.kind, "movie");
+    EXPECT_EQ(record.duration, 2.5F);
+    EXPECT_EQ(record.properties, (Dictionary{{u"Size", u"{640, 480}"}}));
+    ASSERT_TRUE(record.thumbnail);
+    EXPECT_EQ(record.thumbnail->file, "thumbnails/000007.png");
+    EXPECT_EQ(record.thumbnail->width, 3);
+    EXPECT_EQ(record.thumbnail->height, 2);
+    const ImportSettings without{.outFolder = out, .thumbnails = false};
+    EXPECT_FALSE(imported("a.mov", "moov", PropertyList(movie), without).thumbnail);
+    EXPECT_FALSE(imported("a.mov", "moov", PropertyList(movie)).thumbnail);
+
+    record = imported("a.mp3", "ID3", PropertyList(answer(3, u"{0, 0}")));
+    EXPECT_EQ(record.error, "");
+    EXPECT_TRUE(record.properties.empty());
+    EXPECT_EQ(imported("a.mp4", "?", PropertyList(answer(0, u"{0, 0}"))).error, "damaged");
 }
 
 TEST_F(FileImporterTest, ReadsHtmlByItsCharset) {
