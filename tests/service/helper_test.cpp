@@ -72,7 +72,7 @@ TEST_F(HelperTest, NilArgumentsGiveEachOperationsFailureValue) {
         {"attributed:stringWithPDF:", {no, std::nullopt}, std::nullopt},
         {"posterImageForMovieWithFile:",
          {std::nullopt},
-         Dictionary{{u"Duration", 0.0F}, {u"Size", u"{0, 0}"}}},
+         Dictionary{{u"Duration", 0.0}, {u"Size", u"{0, 0}"}}},
         {"attributedStringWithContentsOfFile:", {std::nullopt}, std::nullopt},
         {"searchableTextOfWebArchive:", {std::nullopt}, Dictionary()},
         {"writeRTFDData:toFile:", {std::nullopt, std::nullopt}, no},
