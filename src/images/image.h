@@ -86,9 +86,4 @@ private:
     platform::Colour background_ = platform::kClear;
 };
 
-// A picture of any file that an image can be made of, fitted into the size; as an icon, on a sheet
-// of paper with a frame and a shadow. None when there is none.
-std::optional<Image> previewForFile(std::optional<std::u16string_view> path, Size size,
-                                    bool asIcon = false, TemporaryFolder folder = {});
-
 }  // namespace corvy

@@ -8,10 +8,14 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cctype>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string_view>
+#include <vector>
 
 #include "platform/image_metadata.h"
 
@@ -84,6 +88,33 @@ Packet packetOf(std::span<const std::byte> bytes) {
     std::memcpy(packet->data, bytes.data(), bytes.size());
     packet->flags = AV_PKT_FLAG_KEY;
     return packet;
+}
+
+bool isHex(std::byte byte) {
+    return std::isxdigit(std::to_integer<unsigned char>(byte)) != 0;
+}
+
+// XPM colours may have 16 bits each, which the library does not read: the upper 8 do.
+std::vector<std::byte> withShortColours(std::span<const std::byte> bytes) {
+    constexpr std::string_view kStart = "c #";
+    constexpr std::size_t kDigits = 12;
+    std::vector<std::byte> out;
+    out.reserve(bytes.size());
+    const std::string_view chars(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    std::size_t taken = 0;
+    for (std::size_t at = chars.find(kStart); at != std::string_view::npos;
+         at = chars.find(kStart, at + 1)) {
+        const std::size_t digits = at + kStart.size();
+        const auto number = bytes.subspan(digits).first(std::min(kDigits, bytes.size() - digits));
+        if (number.size() < kDigits || !std::ranges::all_of(number, isHex)) continue;
+        out.insert(out.end(), bytes.begin() + static_cast<std::ptrdiff_t>(taken), number.begin());
+        for (std::size_t i = 0; i < kDigits; i += 4) {
+            out.insert(out.end(), {number[i], number[i + 1]});
+        }
+        taken = digits + kDigits;
+    }
+    out.insert(out.end(), bytes.begin() + static_cast<std::ptrdiff_t>(taken), bytes.end());
+    return out;
 }
 
 Frame decode(std::span<const std::byte> bytes, ImageFormat format, int halvings) {
@@ -160,6 +191,11 @@ std::string codecVersion() {
 
 std::optional<Raster> decodeByCodec(std::span<const std::byte> bytes, ImageFormat format,
                                     int halvings) {
+    if (format == ImageFormat::xpm) {
+        const auto shortened = withShortColours(bytes);
+        const Frame frame = decode(shortened, format, 0);
+        return frame ? rasterOf(*frame, format) : std::nullopt;
+    }
     Frame frame = decode(bytes, format, halvings);
     if (!frame && halvings > 0) frame = decode(bytes, format, 0);
     return frame ? rasterOf(*frame, format) : std::nullopt;

@@ -73,7 +73,11 @@ int shrinkOnLoad(ImageFormat format, PixelSize from, PixelSize to) {
     return 1;
 }
 
-// In sRGB where the picture tells how, and with premultiplied alpha on the way.
+bool hasProfile(VipsImage* picture) {
+    return vips_image_get_typeof(picture, VIPS_META_ICC_NAME) != 0;
+}
+
+// With premultiplied alpha on the way, and in sRGB if the picture has a profile that says how.
 VipsPicture scaled(VipsImage* picture, PixelSize size) {
     const auto attempt = [&](const char* profile) {
         return vipsResult([&](VipsImage** out) {
@@ -82,7 +86,9 @@ VipsPicture scaled(VipsImage* picture, PixelSize size) {
                                         "no_rotate", TRUE, "export_profile", profile, nullptr);
         });
     };
-    return attempt("srgb");
+    // Asked to, the library would turn pictures without a profile too, and shift their colours.
+    VipsPicture out = attempt(hasProfile(picture) ? "srgb" : nullptr);
+    return out ? std::move(out) : attempt(nullptr);
 }
 
 VipsKernel kernelFor(Interpolation interpolation) {

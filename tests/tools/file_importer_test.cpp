@@ -82,7 +82,8 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
         {"empty.webarchive", "", std::nullopt, "webarchive", "empty"},
         {"textless.html", "<img src=a><script>x</script>", std::nullopt, "html", "noText"},
         {"blank.txt", " \r\n", std::nullopt, "text", "noText"},
-        {"picture.png", "\x89PNG", std::nullopt, "image", ""},
+        {"picture.png", "\x89PNG", std::nullopt, "image", "damaged"},
+        {"picture", "\x89PNG\r\n\x1A\n", std::nullopt, "image", "damaged"},
         {"data", "\x01\x02", std::nullopt, "other", ""},
     };
     for (const Case& c : cases) {

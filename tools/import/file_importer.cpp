@@ -29,6 +29,10 @@ namespace {
 constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
 constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
 
+constexpr std::string_view kThumbnailOperation =
+    "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
+constexpr std::int64_t kThumbnailSize = 256;  // pixels
+
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
 
@@ -78,6 +82,8 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             // Nothing to read.
         } else if (record.kind == "pdf") {
             stopped = !importPdf(file, number, record);
+        } else if (record.kind == "image") {
+            stopped = !importImage(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
         } else if (record.kind == "html" && settings_.texts) {
@@ -160,6 +166,42 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     }
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
+    // A page that cannot be drawn is no fault of the record.
+    const HelperSlot::Answer picture = callForThumbnail(file);
+    const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
+    const PropertyList* thumbnail = drawn ? drawn->find(u"Thumbnail") : nullptr;
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    return !picture.stopped;
+}
+
+HelperSlot::Answer FileImporter::callForThumbnail(const FoundFile& file) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    return helper_.call(kThumbnailOperation,
+                        {PropertyList(pathFromBytes(path)), PropertyList(kThumbnailSize),
+                         PropertyList(false), PropertyList(false), PropertyList(false)});
+}
+
+// False when the helper was stopped.
+bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    HelperSlot::Answer answer = callForThumbnail(file);
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    if (entries == nullptr) {
+        record.error = "damaged";
+        return true;
+    }
+    const PropertyList* thumbnail = entries->find(u"Thumbnail");
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    entries->remove(u"Thumbnail");
+    // Those of pixels have their properties in a dictionary, drawings have their sizes beside.
+    PropertyList* properties = entries->find(u"Properties");
+    record.properties = properties != nullptr && properties->dictionary() != nullptr
+                            ? std::move(*properties->dictionary())
+                            : std::move(*entries);
     return true;
 }
 

@@ -41,6 +41,8 @@ public:
 private:
     bool examine(const FoundFile& file, ImportRecord& record);
     bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    HelperSlot::Answer callForThumbnail(const FoundFile& file);
     void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record);
