@@ -32,8 +32,10 @@ def measure(command, out):
 
 
 def likeness(first, second):
-    """Mean PSNR in dB; None when the pictures cannot be compared."""
-    result = subprocess.run(["ffmpeg", "-i", first, "-i", second, "-lavfi", "psnr", "-f", "null",
+    """PSNR of the luma in dB; None when the pictures cannot be compared. The chroma is spread in
+    another way."""
+    graph = "[0]format=gray[a];[1]format=gray[b];[a][b]psnr"
+    result = subprocess.run(["ffmpeg", "-i", first, "-i", second, "-lavfi", graph, "-f", "null",
                              "-"], capture_output=True, text=True)
     found = re.search(r"average:(\S+)", result.stderr)
     return float(found.group(1)) if found else None
