@@ -24,6 +24,8 @@ int errorPageCommand(int argc, char** argv);
 int entitiesCommand(int argc, char** argv);
 int charsetCommand(int argc, char** argv);
 int toolkitCommand(int argc, char** argv);
+// feed_command.cpp
+int feedCommand(int argc, char** argv);
 // key_commands.cpp
 int dateCommand(int argc, char** argv);
 int urlCommand(int argc, char** argv);

@@ -26,6 +26,7 @@ constexpr Command kCommands[] = {
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
+    {"feed", "items of a feed, or the feed as a page", feedCommand},
     {"entities", "character references into characters, and back", entitiesCommand},
     {"charset", "character sets of pages, and their names", charsetCommand},
     {"date", "dates out of texts", dateCommand},
