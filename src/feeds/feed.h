@@ -21,8 +21,8 @@ struct FeedCompleteness {
 };
 FeedCompleteness isFeedComplete(std::u16string_view text);
 
-// The items in the order of the feed; none for what is no feed. `baseURL` is the feed's own
-// address, which links that begin with "/" are relative to. An item has the keys
+// The items in the order of the feed, at most 500,000; none for what is no feed. `baseURL` is the
+// feed's own address, which links that begin with "/" are relative to. An item has the keys
 // - "title", "description", "content", "author", "link", and "date" as it stands in the feed:
 //   strings, empty when the feed has none;
 // - "calendarDate": the date, when it can be read;

@@ -89,8 +89,7 @@ bool isOfService(std::u16string_view relation) {
 
 void readLinkTarget(const TagCall& call, FeedContext& feed) {
     if (!isEmpty(feed.link) || isOfService(attributeViewOfTag(call, u"REL"))) return;
-    const std::u16string_view target = attributeViewOfTag(call, u"HREF");
-    if (!target.empty()) feed.link = stringByConvertingStandardEntitiesToCharacters(target);
+    feed.link = GetFeedContent(attributeViewOfTag(call, u"HREF"), FeedEntities::standard);
 }
 
 // kept: only the tag at hand is asked whether it is a permanent link. An end tag never says no.
@@ -159,17 +158,17 @@ std::u16string taken(std::optional<std::u16string>& field) {
 }
 
 Dictionary takeItem(FeedContext& feed) {
+    const auto calendarDate = feed.date ? date(*feed.date) : std::nullopt;
     Dictionary item;
-    item.reserve(9);
+    // A feed can have very many items, most of them without the further entries.
+    item.reserve(6U + !feed.tags.empty() + !feed.enclosures.empty() + calendarDate.has_value());
     item.set(u"title", taken(feed.title));
     item.set(u"description", taken(feed.description));
     item.set(u"content", taken(feed.content));
     item.set(u"author", taken(feed.author));
     if (!feed.tags.empty()) item.set(u"tags", std::exchange(feed.tags, {}));
     if (!feed.enclosures.empty()) item.set(u"enclosures", std::exchange(feed.enclosures, {}));
-    if (const auto calendarDate = feed.date ? date(*feed.date) : std::nullopt) {
-        item.set(u"calendarDate", *calendarDate);
-    }
+    if (calendarDate) item.set(u"calendarDate", *calendarDate);
     item.set(u"date", taken(feed.date));
     item.set(u"link", taken(feed.link));
     return item;
@@ -177,6 +176,7 @@ Dictionary takeItem(FeedContext& feed) {
 
 void finishItem(FeedContext& feed) {
     if (feed.description != u"Array") {
+        ++feed.itemCount;
         finishLink(feed);
         if (feed.output) {
             AppendItem2Feed(feed.output, {.title = feed.title,
@@ -290,7 +290,7 @@ bool Feed2HTMLHandler(const TagCall& call) {
         feed.isFeed = tag == FeedTag::root;
         return tag == FeedTag::page;
     }
-    return false;
+    return feed.itemCount == kMostFeedItems;
 }
 
 std::optional<std::u16string_view> textOfSection(const TagCall& call) {

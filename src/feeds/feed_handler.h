@@ -2,6 +2,7 @@
 // each is complete, as HTML.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -35,6 +36,9 @@ enum class FeedTag : std::uint8_t {
 };
 FeedTag feedTagOf(const TagCall& call);
 
+// Items that are taken of one feed; an item of 7 units takes a hundred times its memory.
+inline constexpr std::size_t kMostFeedItems = 500'000;
+
 // The state of one scan. Without `output` and `items` the feed is only walked through.
 struct FeedContext {
     const Url* baseURL = nullptr;      // the feed's own address, when it is known
@@ -56,13 +60,15 @@ struct FeedContext {
     std::optional<std::u16string> pendingSection = {};
     bool inAuthor = false;
 
-    bool isFeed = false;  // the root was seen
-    bool inItem = false;  // kept: from the first item to the end of the feed
+    std::size_t itemCount = 0;  // so far, without those dropped
+    bool isFeed = false;        // the root was seen
+    bool inItem = false;        // kept: from the first item to the end of the feed
     bool headerWritten = false;
     bool contentIsHtml = false;  // sections of the open element hold HTML, references and all
 };
 
-// The context is a FeedContext.
+// The context is a FeedContext. True, which stops the scan, at a web page and at the last item that
+// is taken.
 bool Feed2HTMLHandler(const TagCall& call);
 
 // Scans the feed with that handler.

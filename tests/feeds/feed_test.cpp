@@ -150,7 +150,7 @@ TEST(Feed, GivesSectionsToTheElementThatEnds) {
 
 TEST(Feed, ChoosesTheLink) {
     static constexpr FieldCase cases[] = {
-        {u"<link rel=SELF href=a><link href=b>", u"link", u"b"},
+        {u"<link rel=SELF href=a><link href=' b&amp;c'>", u"link", u"b&c"},
         {u"<link rel=edit href=a /><link rel=Service.post href=b /><link rel=editor href=c />",
          u"link", u"c"},
         {u"<link href=a><link>b</link>", u"link", u"a"},
