@@ -307,7 +307,8 @@ std::optional<std::u16string_view> textOfSection(const TagCall& call) {
 }
 
 void scanFeed(std::u16string_view feed, FeedContext& context) {
-    scanTags(feed, feed, &context, Feed2HTMLHandler);
+    // As a lambda the handler becomes part of the scan.
+    scanTags(feed, feed, &context, [](const TagCall& call) { return Feed2HTMLHandler(call); });
     ReleaseFeedContext(context);
 }
 

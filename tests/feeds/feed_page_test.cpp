@@ -3,15 +3,12 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
-
-#include "feeds/feed.h"
 #include "feeds/feed_style_sheet.h"
 #include "foundation/date_time_formatter.h"
 #include "foundation/system_log.h"
 #include "foundation/text.h"
 #include "foundation/user_defaults.h"
+#include "tests/tools/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -20,161 +17,137 @@ namespace {
 const bool kHasFixedLocale =
     ::setenv("LC_ALL", "de_DE.UTF-8", 1) == 0 && ::setenv("TZ", "UTC", 1) == 0;
 
-constexpr std::u16string_view kHead =
-    u"<html>\n<head>\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\"/>\n";
-
-std::u16string page(std::u16string_view rest) {
-    return std::u16string(kHead) + std::u16string(rest);
-}
+const std::string kHead =
+    "<html>\n<head>\n<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8\"/>\n";
+const std::string kBodyStart = "</head>\n<body>\n";
+const std::string kEnd = "\n</body>\n</html>";
 
 // Without a style sheet until one is set.
 class FeedPageTest : public testing::Test {
 protected:
     FeedPageTest() { setStyleSheet(std::nullopt); }
-    ~FeedPageTest() override {
-        setStyleSheet(std::nullopt);
-        std::filesystem::remove_all(folder_);
-    }
+    ~FeedPageTest() override { setStyleSheet(std::nullopt); }
     static void setStyleSheet(std::optional<std::u16string> path) {
         UserDefaults::standard().setForProcess(u"linkableFeedStyleSheet", std::move(path));
     }
-    // Makes one and sets it.
-    std::string makeStyleSheet(const std::string& name, std::string_view content) {
-        std::filesystem::create_directory(folder_);
-        const std::string path = folder_ + "/" + name;
-        std::ofstream(path) << content;
-        setStyleSheet(pathFromBytes(path));
-        return path;
-    }
-
     const LogCapture log_;
-    const std::string folder_ = testing::TempDir() + "feed_page_" + std::to_string(::getpid());
 };
 
 TEST_F(FeedPageTest, ConvertsFeeds) {
     struct Case {
         std::u16string_view feed;
-        std::u16string rest;
+        std::string rest;
     };
-    const std::u16string start = u"</head>\n<body>\n";
-    const std::u16string end = u"\n</body>\n</html>";
     const Case cases[] = {
-        {u"<rss></rss>", u"\n</head>\n</html>"},
-        {u"<rss><title> </title>", start + end},
+        {u"<rss></rss>", "\n</head>\n</html>"},
+        {u"<rss><title> </title>", kBodyStart + kEnd},
         {u"<rss><title>A &amp; B</title><title>C</title>",
-         u"<title>A & B</title>\n</head>\n<body><div class=\"page_header\"><div "
-         u"class=\"page_title\"><nobr>A & B</nobr></div></div>\n" +
-             end},
+         "<title>A & B</title>\n</head>\n<body><div class=\"page_header\"><div "
+         "class=\"page_title\">"
+         "<nobr>A & B</nobr></div></div>\n" +
+             kEnd},
         {u"<rss><item><link>/l</link><title>T &lt;i&gt;</title><pubDate>15.01.2009 "
          u"10:20:30</pubDate><author>W</author><description>d</description>"
          u"<content:encoded>&lt;iframe a&gt;c&lt;/iframe&gt;&lt;span&gt;&lt;b&gt;</content:encoded>"
          u"<enclosure url='http://e/f/g%20h.mp3?a/b' length=2048 /></item>",
-         start +
-             u"\n<div class=\"feed_header\"><a class=\"feed_link\" href=\"http://h/l\">T <i></a>"
-             u"<br/><font class=\"feed_date\">W - 15.01.2009, 10:20:30</font></div>"
-             u"<div class=\"feed_article\">\nc<b>\n<div class=\"feed_enclosures\"><p>\n"
-             u"<a class=\"feed_enclosure\" href=\"http://e/f/g%20h.mp3?a/b\">g%20h.mp3</a>"
-             u"&nbsp;(2048 bytes)<br/>\n</p></div>\n</div>\n" +
-             end},
-        {u"<rss><item><description>Array</description></item>", start + end},
+         kBodyStart +
+             "\n<div class=\"feed_header\"><a class=\"feed_link\" href=\"http://h/l\">T <i></a>"
+             "<br/><font class=\"feed_date\">W - 15.01.2009, 10:20:30</font></div>"
+             "<div class=\"feed_article\">\nc<b>\n<div class=\"feed_enclosures\"><p>\n"
+             "<a class=\"feed_enclosure\" href=\"http://e/f/g%20h.mp3?a/b\">g%20h.mp3</a>"
+             "&nbsp;(2048 bytes)<br/>\n</p></div>\n</div>\n" +
+             kEnd},
+        {u"<rss><item><description>Array</description></item>", kBodyStart + kEnd},
         {u"<rss><item><description>d</description></item>",
-         start +
-             u"\n<div class=\"feed_header\"><br/></div><div class=\"feed_article\">\nd\n</div>\n" +
-             end},
+         kBodyStart +
+             "\n<div class=\"feed_header\"><br/></div>"
+             "<div class=\"feed_article\">\nd\n</div>\n" +
+             kEnd},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(toUtf8(stringByConvertingFeedToDisplayHTML(c.feed, false, Url{u"http://h/"})),
-                  toUtf8(page(c.rest)));
+                  kHead + c.rest);
     }
     EXPECT_EQ(stringByConvertingFeedToDisplayHTML(u"<html><rss>", true), u"<html><rss>");
     EXPECT_EQ(stringByConvertingFeedToDisplayHTML(u"", true), u"");
 }
 
-// What of an item a page of items shows.
 TEST_F(FeedPageTest, ShowsItems) {
+    // A page shows the header, with `byline` only when it is for display, and then `enclosures`.
     struct Case {
-        const char* name;
         Dictionary item;
-        std::u16string header, display, enclosures;
+        std::string header, byline, enclosures;
     };
-    const auto enclosed = [](Dictionary enclosure) {
-        return Dictionary{{u"enclosures", Array{std::move(enclosure)}}};
+    const auto enclosed = [](std::u16string_view length) {
+        return Dictionary{
+            {u"enclosures", Array{Dictionary{{u"url", u"http://e"}, {u"length", length}}}}};
     };
-    const auto listed = [](const std::u16string& size) {
-        return u"<div class=\"feed_enclosures\"><p>\n<a class=\"feed_enclosure\" href=\"http://e\">"
-               u"e</a>" +
-               size + u"<br/>\n</p></div>\n";
+    const auto listed = [](const std::string& size) {
+        return "<div class=\"feed_enclosures\"><p>\n<a class=\"feed_enclosure\" href=\"http://e\">"
+               "e</a>" +
+               size + "<br/>\n</p></div>\n";
     };
-    const std::u16string date = u"<font class=\"feed_date\">";
+    const std::string date = "<font class=\"feed_date\">";
     const Case cases[] = {
-        {"an empty link is one",
-         {{u"link", u""}, {u"title", u"t"}},
-         u"<a class=\"feed_link\" href=\"\">t</a><br/>",
-         u"",
-         u""},
-        {"author alone", {{u"author", u"w"}, {u"date", u""}}, u"<br/>", date + u"w</font>", u""},
-        {"unknown date",
-         {{u"date", u"soon"}, {u"link", u"l"}},
-         u"<a class=\"feed_link\" href=\"l\"></a><br/>",
-         date + u"soon</font>",
-         u""},
-        {"no length", enclosed({{u"url", u"http://e"}}), u"<br/>", u"", listed(u"")},
-        {"0 bytes", enclosed({{u"url", u"http://e"}, {u"length", u"0 MB"}}), u"<br/>", u"",
-         listed(u"")},
-        {"with unit", enclosed({{u"url", u"http://e"}, {u"length", u"12 MB"}}), u"<br/>", u"",
-         listed(u"&nbsp;(12 MB)")},
-        {"no enclosures", {{u"enclosures", Array()}}, u"<br/>", u"", u""},
+        {{{u"link", u""}, {u"title", u"t"}}, "<a class=\"feed_link\" href=\"\">t</a><br/>", "", ""},
+        {{{u"author", u"w"}, {u"date", u""}}, "<br/>", date + "w</font>", ""},
+        {{{u"date", u"soon"}}, "<br/>", date + "soon</font>", ""},
+        {enclosed(u""), "<br/>", "", listed("")},
+        {enclosed(u"0 MB"), "<br/>", "", listed("")},
+        {enclosed(u"12 MB"), "<br/>", "", listed("&nbsp;(12 MB)")},
+        {{{u"enclosures", Array()}}, "<br/>", "", ""},
     };
     for (const Case& c : cases) {
-        const auto expected = [&](bool display) {
-            return page(u"</head>\n<body>\n\n<div class=\"feed_header\">" + c.header +
-                        (display ? c.display : u"") + u"</div><div class=\"feed_article\">\n\n" +
-                        (display ? c.enclosures : u"") + u"</div>\n\n</body>\n</html>");
-        };
-        const Array items{PropertyList(c.item)};
-        EXPECT_EQ(stringByConvertingItemsToDisplayHTML(items), expected(true)) << c.name;
-        EXPECT_EQ(stringByConvertingItemsToSearchableHTML(items), expected(false)) << c.name;
+        for (const bool display : {true, false}) {
+            EXPECT_EQ(toUtf8(stringByConvertingItemsToHTML({c.item}, display)),
+                      kHead + kBodyStart + "\n<div class=\"feed_header\">" + c.header +
+                          (display ? c.byline : "") + "</div><div class=\"feed_article\">\n\n" +
+                          (display ? c.enclosures : "") + "</div>\n" + kEnd);
+        }
     }
 }
 
 TEST_F(FeedPageTest, PutsTheStyleSheetWhereItBelongs) {
-    makeStyleSheet("a \"\u00E9.feeds.stylesheet.css", "p > a {}");
-    std::u16string link = u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file://localhost";
-    link += fromUtf8(folder_) + u"/a%20%22%C3%A9.feeds.stylesheet.css\"/>\n";
-    const std::u16string style = u"<style type=\"text/css\"><!--p > a {}--></style>\n";
-    const std::u16string author = u"<meta name=\"author\" content=\"\"/>";
-    const std::u16string item =
-        u"</head>\n<body>\n\n<div class=\"feed_header\"><br/></div><div class=\"feed_article\">\n\n"
-        u"</div>\n\n</body>\n</html>";
+    const tools::TemporaryFolder folder;
+    setStyleSheet(pathFromBytes(folder.write("a \"\u00E9.feeds.stylesheet.css", "p > a {}")));
+    const std::string link = "<link rel=\"stylesheet\" type=\"text/css\" href=\"file://localhost" +
+                             folder.path() + "/a%20%22%C3%A9.feeds.stylesheet.css\"/>\n";
+    const std::string style = "<style type=\"text/css\"><!--p > a {}--></style>\n";
+    const std::string author = "<meta name=\"author\" content=\"\"/>";
+    const std::string item = kBodyStart +
+                             "\n<div class=\"feed_header\"><br/></div><div class=\"feed_article\">"
+                             "\n\n</div>\n" +
+                             kEnd;
+    const std::string noBody = kHead + "\n</head>\n</html>";
     const Dictionary authored{{u"author", u""}};
-    const auto display = stringByConvertingItemToDisplayHTMLUsingLinkedStyleSheet;
-    EXPECT_EQ(toUtf8(display(authored, true)), toUtf8(page(link + author + item)));
-    EXPECT_EQ(display(authored, false), page(style + author + item));
-    EXPECT_EQ(display({}, false), page(style + item));
-    EXPECT_EQ(stringByConvertingItemToDisplayHTML({}), page(link + item));
-    EXPECT_EQ(stringByConvertingItemToSearchableHTML(authored), page(author + item));
-    EXPECT_EQ(stringByConvertingItemsToDisplayHTML({Dictionary()}), page(link + item));
-    EXPECT_EQ(stringByConvertingItemsToSearchableHTML({Dictionary()}), page(item));
     const std::u16string linked = stringByConvertingFeedToDisplayHTML(u"<rss>", true);
-    EXPECT_EQ(linked, page(link + u"\n</head>\n</html>"));
-    EXPECT_EQ(stringByConvertingFeedToDisplayHTML(u"<rss>", false),
-              page(style + u"\n</head>\n</html>"));
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(linked), page(style + u"\n</head>\n</html>"));
-    makeStyleSheet("latin1.css", "\xE9");
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(linked), page(u"\n</head>\n</html>"));
-    setStyleSheet(std::nullopt);
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(linked), page(u"\n</head>\n</html>"));
+    const std::pair<std::u16string, std::string> pages[] = {
+        {stringByConvertingItemToDisplayHTMLUsingLinkedStyleSheet(authored, true),
+         link + author + item},
+        {stringByConvertingItemToDisplayHTMLUsingLinkedStyleSheet({}, false), style + item},
+        {stringByConvertingItemToDisplayHTML({}), link + item},
+        {stringByConvertingItemToSearchableHTML(authored), author + item},
+        {stringByConvertingItemsToDisplayHTML({Dictionary()}), link + item},
+        {stringByConvertingItemsToSearchableHTML({Dictionary()}), item},
+        {linked, link + "\n</head>\n</html>"},
+        {stringByConvertingFeedToDisplayHTML(u"<rss>", false), style + "\n</head>\n</html>"},
+        {stringByReplacingLinkedStyleSheet(linked), style + "\n</head>\n</html>"},
+    };
+    for (const auto& [page, rest] : pages) EXPECT_EQ(toUtf8(page), kHead + rest);
+    for (const auto& unusable :
+         {pathFromBytes(folder.write("latin1.css", "\xE9")), std::u16string(u"/nowhere")}) {
+        setStyleSheet(unusable);
+        EXPECT_EQ(toUtf8(stringByReplacingLinkedStyleSheet(linked)), noBody);
+    }
 }
 
 TEST_F(FeedPageTest, ReplacesNoOtherLinks) {
-    const std::u16string start =
-        u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file://localhost/";
+    const std::u16string css = u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file://";
     const std::u16string end = u".feeds.stylesheet.css\"/>";
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(u"a" + start + u"b" + end + u"cd"), u"ad");
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(start + end), u"");
+    EXPECT_EQ(stringByReplacingLinkedStyleSheet(u"a" + css + u"localhost/b" + end + u"cd"), u"ad");
+    EXPECT_EQ(stringByReplacingLinkedStyleSheet(css + u"localhost/" + end), u"");
     for (const std::u16string& other :
-         {end + start, start + u"b.css\"/>",
-          u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file:///a" + end}) {
+         {end + css + u"localhost/", css + u"localhost/b.css\"/>", css + u"/a" + end}) {
         EXPECT_EQ(stringByReplacingLinkedStyleSheet(other), other);
     }
 }

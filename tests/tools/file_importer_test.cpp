@@ -72,6 +72,7 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
         {"broken.webarchive", "bplist00", dictionary({}), "webarchive", "damaged"},
         {"image.webarchive", "bplist00", dictionary({{u"String", u""}}), "webarchive", "noText"},
         {"empty.webarchive", "", std::nullopt, "webarchive", "empty"},
+        {"page.rss", "<html><rss>", std::nullopt, "feed", "damaged"},
         {"textless.html", "<img src=a><script>x</script>", std::nullopt, "html", "noText"},
         {"blank.txt", " \r\n", std::nullopt, "text", "noText"},
         {"picture.png", "\x89PNG", std::nullopt, "image", ""},
@@ -116,6 +117,22 @@ TEST_F(FileImporterTest, ReadsHtmlByItsCharset) {
         ASSERT_TRUE(record.text) << c.name;
         EXPECT_EQ(trimWhite(*record.text->string), c.text) << c.name;
     }
+}
+
+TEST_F(FileImporterTest, FindsFeedsInXml) {
+    constexpr std::string_view kFeed =
+        "<?xml version='1.0' encoding='iso-8859-1'?><rss><title><![CDATA[F\xE4]]></title>"
+        "<item><title>T</title><description>&lt;p>d</description></item>";
+    for (const char* name : {"a.xml", "a.rss", "a.rdf"}) {
+        const ImportRecord record = imported(name, kFeed, std::nullopt);
+        EXPECT_EQ(record.kind, "feed") << name;
+        EXPECT_EQ(trimWhite(*record.text->string), u"T\nd") << name;
+        EXPECT_EQ(record.properties,
+                  (Dictionary{{u"Title", u"F\u00E4"}, {u"ItemCount", std::int64_t{1}}}));
+    }
+    const ImportRecord record = imported("a.xml", "<a>b", std::nullopt);
+    EXPECT_EQ(record.kind, "text");
+    EXPECT_EQ(record.text->string, u"<a>b");
 }
 
 TEST_F(FileImporterTest, WritesTextsBeside) {
