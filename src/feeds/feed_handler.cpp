@@ -65,7 +65,7 @@ std::u16string_view textFrom(std::uint64_t start, const TagCall& call) {
 // kept: a section inside an element that is no field waits for the next one that is.
 void assign(FeedContext& feed, std::optional<std::u16string>& field, std::u16string_view text,
             FeedEntities entities) {
-    const std::optional<std::u16string> section = std::exchange(feed.pendingSection, std::nullopt);
+    std::optional<std::u16string> section = std::exchange(feed.pendingSection, std::nullopt);
     if (!isEmpty(field)) return;
     if (!section) {
         field = GetFeedContent(text, entities);

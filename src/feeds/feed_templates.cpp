@@ -16,6 +16,9 @@ namespace {
 
 using Text = std::u16string_view;
 
+constexpr Text kFeedPageHeader =
+    u"</head>\n<body><div class=\"page_header\"><div class=\"page_title\"><nobr>";
+
 void append(std::u16string& page, std::initializer_list<Text> pieces) {
     for (const Text piece : pieces) page += piece;
 }
@@ -73,10 +76,8 @@ void appendFeedHeader(std::u16string& page, std::u16string_view title) {
         page += kFeedBodyStart;
         return;
     }
-    append(page, {u"<title>", title,
-                  u"</title>\n</head>\n<body><div class=\"page_header\"><div class=\"page_title\">"
-                  u"<nobr>",
-                  title, u"</nobr></div></div>\n"});
+    append(page,
+           {u"<title>", title, u"</title>\n", kFeedPageHeader, title, u"</nobr></div></div>\n"});
 }
 
 void appendFeedAuthor(std::u16string& page, std::u16string_view author) {

@@ -99,10 +99,12 @@ TEST_F(FeedPageTest, ShowsItems) {
     };
     for (const Case& c : cases) {
         for (const bool display : {true, false}) {
-            EXPECT_EQ(toUtf8(stringByConvertingItemsToHTML({c.item}, display)),
-                      kHead + kBodyStart + "\n<div class=\"feed_header\">" + c.header +
-                          (display ? c.byline : "") + "</div><div class=\"feed_article\">\n\n" +
-                          (display ? c.enclosures : "") + "</div>\n" + kEnd);
+            std::string expected = kHead + kBodyStart + "\n<div class=\"feed_header\">" + c.header;
+            if (display) expected += c.byline;
+            expected += "</div><div class=\"feed_article\">\n\n";
+            if (display) expected += c.enclosures;
+            expected += "</div>\n" + kEnd;
+            EXPECT_EQ(toUtf8(stringByConvertingItemsToHTML({c.item}, display)), expected);
         }
     }
 }
@@ -142,12 +144,14 @@ TEST_F(FeedPageTest, PutsTheStyleSheetWhereItBelongs) {
 }
 
 TEST_F(FeedPageTest, ReplacesNoOtherLinks) {
-    const std::u16string css = u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file://";
+    const std::u16string link =
+        u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file://localhost/";
     const std::u16string end = u".feeds.stylesheet.css\"/>";
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(u"a" + css + u"localhost/b" + end + u"cd"), u"ad");
-    EXPECT_EQ(stringByReplacingLinkedStyleSheet(css + u"localhost/" + end), u"");
-    for (const std::u16string& other :
-         {end + css + u"localhost/", css + u"localhost/b.css\"/>", css + u"/a" + end}) {
+    EXPECT_EQ(stringByReplacingLinkedStyleSheet(u"a" + link + u"b" + end + u"cd"), u"ad");
+    EXPECT_EQ(stringByReplacingLinkedStyleSheet(link + end), u"");
+    const std::u16string elsewhere =
+        u"<link rel=\"stylesheet\" type=\"text/css\" href=\"file:///a.feeds.stylesheet.css\"/>";
+    for (const std::u16string& other : {end + link, link + u"b.css\"/>", elsewhere}) {
         EXPECT_EQ(stringByReplacingLinkedStyleSheet(other), other);
     }
 }
