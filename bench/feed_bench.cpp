@@ -26,13 +26,14 @@ std::string makeFeed() {
         "<link>http://example.org/</link><description>Notes of every day</description>\n";
     for (int i = 0; i < kItems; ++i) {
         const std::string number = std::to_string(i);
+        feed += "<item>\n  <title>Note &amp; its title</title>\n  <link>http://example.org/notes/";
+        feed += number;
+        feed += "</link>\n  <guid>http://example.org/?p=";
+        feed += number;
         feed +=
-            "<item>\n  <title>Note " + number + " &amp; its title</title>\n  <link>" +
-            "http://example.org/notes/" + number +
-            "</link>\n  <guid>http://example.org/?p=" + number +
-            "</guid>\n  <pubDate>Thu, 15 Jan 2009 10:20:30 GMT</pubDate>\n" +
-            "  <category><![CDATA[walks]]></category>\n  <description>A short text.</description>"
-            "\n  <content:encoded><![CDATA[";
+            "</guid>\n  <pubDate>Thu, 15 Jan 2009 10:20:30 GMT</pubDate>\n"
+            "  <category><![CDATA[walks]]></category>\n  <description>A short text.</description>\n"
+            "  <content:encoded><![CDATA[";
         for (int k = 0; k < kParagraphs; ++k) {
             feed +=
                 "<p>Behind the second gate the <a href=\"http://example.org/river\">river</a> "
