@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "foundation/text.h"
+#include "foundation/unit_vector.h"
 #include "markup/tag_predicates.h"
 #include "text/plain_text_run.h"
 #include "text/plain_text_tag.h"
@@ -44,25 +45,20 @@ bool isMovedAway(std::u16string_view style) {
     return offset(u"TOP") < kNearest || offset(u"LEFT") < kNearest;
 }
 
-// Whether the tag may hide by more than its class. All that says so ("style", "visibility",
-// "display:", "width") has one of three pairs of letters, which are rare; one pass looks for them.
+// Whether the tag may hide what it holds. All that says so ("hidden", "style", "display:", "width")
+// has one of four pairs of letters, which are rare; one pass looks for them.
 bool maySayHidden(std::u16string_view tag) {
-    const auto mask = [](bool holds) { return static_cast<std::uint16_t>(-holds); };
-    const auto isPair = [tag, mask](std::size_t i) -> std::uint16_t {
-        const std::uint16_t first = tag[i] | 0x20, second = tag[i + 1] | 0x20;
-        return (mask(first == u't') & mask(second == u'y')) |
-               (mask(first == u'd') & mask(second == u't')) |
-               (mask(first == u'y') & mask(second == u':'));
+    const auto hasPair = [](auto first, auto second) {
+        first |= 0x20, second |= 0x20;
+        return ((first == u'd') & ((second == u'd') | (second == u't'))) |
+               ((second == u'y') & (first == u't')) | ((first == u'y') & (second == u':'));
     };
-    constexpr std::size_t kBlock = 8;  // units; the loop over them becomes vector operations
-    std::size_t start = 0;
-    for (; start + kBlock < tag.size(); start += kBlock) {
-        std::uint16_t found = 0;
-        for (std::size_t i = 0; i < kBlock; ++i) found |= isPair(start + i);
-        if (found) return true;
+    std::size_t i = 0;
+    for (; i + kVectorUnits < tag.size(); i += kVectorUnits) {
+        if (any(hasPair(loadUnits(tag.data() + i), loadUnits(tag.data() + i + 1)))) return true;
     }
-    for (; start + 1 < tag.size(); ++start) {
-        if (isPair(start)) return true;
+    for (; i + 1 < tag.size(); ++i) {
+        if (hasPair(tag[i], tag[i + 1])) return true;
     }
     return false;
 }
@@ -70,9 +66,9 @@ bool maySayHidden(std::u16string_view tag) {
 bool isHiddenDiv(const TagCall& call) {
     constexpr std::uint64_t kLeastLength = 16;  // of a tag that can say so
     if (call.tagLength < kLeastLength) return false;
-    if (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden")) return true;
     const std::u16string_view tag = call.tag();
     if (!maySayHidden(tag)) return false;
+    if (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden")) return true;
     if (containsInOrder(tag, u"visibility", u"hidden")) return true;
     if (containsInOrder(tag, u"display:", u"none")) return true;
     if (isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
