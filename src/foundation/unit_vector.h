@@ -22,9 +22,17 @@ inline UnitVector loadUnits(const char16_t* units) {
 // Whether the comparison holds at one place at least.
 template <typename Mask>
 bool any(Mask mask) {
-    static_assert(sizeof(Mask) == sizeof(UnitVector));
     const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(mask);
     return (halves[0] | halves[1]) != 0;
+}
+
+// The first place at which the comparison holds; there is one.
+template <typename Mask>
+std::size_t indexOfFirst(Mask mask) {
+    static_assert(std::endian::native == std::endian::little);
+    const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(mask);
+    const int bit = halves[0] ? std::countr_zero(halves[0]) : 64 + std::countr_zero(halves[1]);
+    return static_cast<std::size_t>(bit) / 16;
 }
 
 }  // namespace corvy

@@ -45,33 +45,45 @@ bool isMovedAway(std::u16string_view style) {
     return offset(u"TOP") < kNearest || offset(u"LEFT") < kNearest;
 }
 
-// Whether the tag may hide what it holds. All that says so ("hidden", "style", "display:", "width")
-// has one of four pairs of letters, which are rare; one pass looks for them.
-bool maySayHidden(std::u16string_view tag) {
-    const auto hasPair = [](auto first, auto second) {
-        first |= 0x20, second |= 0x20;
-        return ((first == u'd') & ((second == u'd') | (second == u't'))) |
-               ((second == u'y') & (first == u't')) | ((first == u'y') & (second == u':'));
+// What the letters of a tag may spell, of what can hide an element. False is certain.
+struct HidingWords {
+    bool hidden = false;
+    bool style = false;
+    bool display = false;
+    bool width = false;
+};
+
+// One pass over the tag for a rare pair of letters of each word.
+HidingWords hidingWordsOf(std::u16string_view tag) {
+    UnitVector hidden = {}, style = {}, display = {}, width = {};
+    const auto look = [&](const char16_t* units) {
+        const UnitVector first = loadUnits(units) | 0x20, second = loadUnits(units + 1) | 0x20;
+        hidden |= (first == u'd') & (second == u'd');
+        style |= (first == u't') & (second == u'y');
+        display |= (first == u'y') & (second == u':');
+        width |= (first == u'd') & (second == u't');
     };
-    std::size_t i = 0;
-    for (; i + kVectorUnits < tag.size(); i += kVectorUnits) {
-        if (any(hasPair(loadUnits(tag.data() + i), loadUnits(tag.data() + i + 1)))) return true;
-    }
-    for (; i + 1 < tag.size(); ++i) {
-        if (hasPair(tag[i], tag[i + 1])) return true;
-    }
-    return false;
+    const std::size_t last = tag.size() - 1 - kVectorUnits;
+    for (std::size_t i = 0; i < last; i += kVectorUnits) look(tag.data() + i);
+    look(tag.data() + last);
+    return {.hidden = any(hidden),
+            .style = any(style),
+            .display = any(display),
+            .width = any(width)};
 }
 
 bool isHiddenDiv(const TagCall& call) {
     constexpr std::uint64_t kLeastLength = 16;  // of a tag that can say so
     if (call.tagLength < kLeastLength) return false;
     const std::u16string_view tag = call.tag();
-    if (!maySayHidden(tag)) return false;
-    if (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden")) return true;
-    if (containsInOrder(tag, u"visibility", u"hidden")) return true;
-    if (containsInOrder(tag, u"display:", u"none")) return true;
-    if (isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
+    const HidingWords words = hidingWordsOf(tag);
+    if (words.hidden && (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden") ||
+                         containsInOrder(tag, u"visibility", u"hidden"))) {
+        return true;
+    }
+    if (words.display && containsInOrder(tag, u"display:", u"none")) return true;
+    if (words.style && isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
+    if (!words.width) return false;
     const TagSize size = getTagWidth(call.characters, call.tagRange());
     const auto isTiny = [](std::int64_t pixels) { return pixels >= 1 && pixels <= 3; };
     return size.found() && (isTiny(size.width) || size.height < 0 || isTiny(size.height));

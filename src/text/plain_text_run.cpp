@@ -45,7 +45,10 @@ bool isIndentation(const char16_t* units) {
 
 // trimWhite for runs that often are a line feed and much indentation.
 std::u16string_view trimmed(std::u16string_view run) {
-    while (run.size() > kVectorUnits && isIndentation(run.data())) run.remove_prefix(kVectorUnits);
+    const bool isLong = run.size() >= kVectorUnits;
+    const char16_t* const end = run.data() + run.size();
+    while (run.size() >= kVectorUnits && isIndentation(run.data())) run.remove_prefix(kVectorUnits);
+    if (isLong && run.size() < kVectorUnits && isIndentation(end - kVectorUnits)) return {};
     return trimWhite(run);
 }
 
@@ -191,6 +194,7 @@ void appendRangeToPlainText(PlainTextContext& page, std::u16string_view run) {
         page.pendingSpace = true;
         return;
     }
+    const bool endsWhite = isWhite(run.back());
     page.pendingSpace |= isWhite(run.front());
     if (page.pendingSpace && (page.lineHasText || (!page.collapseWhite && page.endsInText()))) {
         page.write(u' ');
@@ -206,7 +210,7 @@ void appendRangeToPlainText(PlainTextContext& page, std::u16string_view run) {
         appendCollapsed(page, text);
     }
     if (dropOverlongLine(page)) return;
-    page.pendingSpace = isWhite(run.back());
+    page.pendingSpace = endsWhite;
     page.lineHasText = true;
 }
 
