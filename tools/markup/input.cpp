@@ -12,10 +12,11 @@ namespace corvy::tools {
 
 namespace {
 
-// Well-formed, and not only ASCII, which other encodings write themselves in as well.
-bool isSurelyUtf8(std::string_view bytes) {
+// Not so with only ASCII, which other encodings write themselves in as well.
+std::optional<std::u16string> textIfSurelyUtf8(std::string_view bytes) {
     const auto isHigh = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
-    return std::any_of(bytes.begin(), bytes.end(), isHigh) && fromStrictUtf8(bytes);
+    if (std::none_of(bytes.begin(), bytes.end(), isHigh)) return std::nullopt;
+    return fromStrictUtf8(bytes);
 }
 
 }  // namespace
@@ -26,9 +27,10 @@ std::optional<std::u16string> readMarkup(const MarkupInput& input) {
         complain(input.file + ": " + reasonOf(contents.error));
         return std::nullopt;
     }
-    const bool isUtf8 = input.plain || (input.recogniseUtf8 && input.charset.empty() &&
-                                        isSurelyUtf8(contents.bytes.chars()));
-    if (isUtf8) return fromUtf8(contents.bytes.chars());
+    if (input.plain) return fromUtf8(contents.bytes.chars());
+    if (input.recogniseUtf8 && input.charset.empty()) {
+        if (auto text = textIfSurelyUtf8(contents.bytes.chars())) return text;
+    }
     const std::u16string charset = fromUtf8(input.charset);
     MarkupDataOptions options;
     if (!charset.empty()) options.encodingName = charset;
