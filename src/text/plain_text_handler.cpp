@@ -66,10 +66,8 @@ HidingWords hidingWordsOf(std::u16string_view tag) {
     const std::size_t last = tag.size() - 1 - kVectorUnits;
     for (std::size_t i = 0; i < last; i += kVectorUnits) look(tag.data() + i);
     look(tag.data() + last);
-    return {.hidden = any(hidden),
-            .style = any(style),
-            .display = any(display),
-            .width = any(width)};
+    return {
+        .hidden = any(hidden), .style = any(style), .display = any(display), .width = any(width)};
 }
 
 bool isHiddenDiv(const TagCall& call) {

@@ -178,9 +178,9 @@ TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
 TEST_F(HelperTest, WebArchiveGivesTextSourceAndAddress) {
     const test::TemporaryFolder folder;
     const auto answerFor = [&](std::string_view contents) {
-        std::ofstream(folder.file("a"), std::ios::binary) << contents;
+        std::ofstream(folder.path("a"), std::ios::binary) << contents;
         return proxy_->call("searchableTextOfWebArchive:",
-                            {PropertyList(fromUtf8(folder.file("a")))});
+                            {PropertyList(fromUtf8(folder.path("a")))});
     };
     const auto archive = [](std::u16string_view type, Array frames) {
         return Dictionary{
@@ -289,7 +289,7 @@ TEST(Helper, TellsTheServiceManagerThatItIsReady) {
 
 TEST(Helper, PrivateOneEndsWithItsOwner) {
     const test::TemporaryFolder folder;
-    const std::string runtime = folder.file("runtime");
+    const std::string runtime = folder.path("runtime");
     std::filesystem::create_directory(runtime);
     chmod(runtime.c_str(), 0700);
     setenv("CORVYSTACK_RUNTIME_DIR", runtime.c_str(), 1);

@@ -89,6 +89,27 @@ TEST(PlainText, KnowsEveryWhiteUnit) {
     }
 }
 
+// Runs are copied by vectors of units where nothing in them changes.
+TEST(PlainText, FindsWhatChangesAnywhereInARun) {
+    static constexpr std::pair<std::u16string_view, std::u16string_view> kChanges[] = {
+        {u"  ", u" "}, {u" \n", u" "}, {u"\n", u" "},    {u"&amp;", u"&"},  {u" &lt; ", u" < "},
+        {u"&", u"&"},  {u" ", u" "},   {u"&#32;", u" "}, {u"\u3000", u" "}, {u"\u4E2D", u"\u4E2D"}};
+    for (const auto& [change, text] : kChanges) {
+        for (std::size_t before = 1; before < 28; ++before) {
+            for (std::size_t behind = 2; behind < 28; ++behind) {
+                const std::u16string first(before, u'a'), last(behind, u'b');
+                const std::u16string run = first + std::u16string(change) + last;
+                const std::u16string white(before % 11, behind % 2 ? u' ' : u'\t');
+                const std::u16string page = u"x<b>" + white + run + white + u"</b>y";
+                const std::u16string space(white.empty() ? 0 : 1, u' ');
+                ASSERT_EQ(stringByConvertingHtml2PlainText(page),
+                          u"x" + space + first + std::u16string(text) + last + space + u"y")
+                    << toUtf8(page);
+            }
+        }
+    }
+}
+
 TEST(PlainText, KeepsPreformattedText) {
     static constexpr Case cases[] = {
         {"two line feeds, breaks collapse", u"<pre>line one\nline two\n\nnext</pre>",

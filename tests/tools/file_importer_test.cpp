@@ -1,13 +1,15 @@
 #include "tools/import/file_importer.h"
 
 #include "foundation/text.h"
+#include "tests/support/temporary_folder.h"
 #include "tests/tools/fake_helper.h"
-#include "tests/tools/temporary_folder.h"
 #include "tools/import/file_type.h"
 
 namespace corvy::tools {
 
 namespace {
+
+using test::TemporaryFolder;
 
 class FileImporterTest : public testing::Test {
 protected:

@@ -9,7 +9,6 @@
 #include "tests/support/helper_process.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/tools/program.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace corvy::tools {
 

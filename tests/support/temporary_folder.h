@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -9,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvy::tools {
+namespace corvy::test {
 
 class TemporaryFolder {
 public:
@@ -33,6 +34,13 @@ public:
         std::ofstream(file, std::ios::binary) << contents;
         return file;
     }
+    // Writes an executable shell script; gives its path.
+    std::string script(std::string_view name, std::string_view body) const {
+        const std::string file = write(name, "#!/bin/sh\n" + std::string(body) + "\n");
+        chmod(file.c_str(), 0700);
+        return file;
+    }
+    // "" when there is no such file.
     std::string read(std::string_view name) const {
         std::ifstream in(path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
@@ -42,4 +50,4 @@ private:
     std::string path_;
 };
 
-}  // namespace corvy::tools
+}  // namespace corvy::test
