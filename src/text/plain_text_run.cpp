@@ -64,7 +64,7 @@ bool isPlain(const char16_t* units) {
 
 // The same for the whole of a text, which is not empty.
 bool isPlain(std::u16string_view text) {
-    if (isWhite(text.back()) || text.back() == u'&') return false;
+    if (isWhite(text.back())) return false;
     const std::size_t size = text.size() - 1;  // of what has a next unit
     if (size < kVectorUnits) {
         for (std::size_t i = 0; i < size; ++i) {
