@@ -158,15 +158,6 @@ TEST_F(PrivateHelpers, DeathIsNoticedAndRepaired) {
     EXPECT_TRUE(nothingLeft());
 }
 
-TEST_F(PrivateHelpers, HangingHelperIsReplacedAfterItsTimeout) {
-    PrivateHelper helper({.path = kService, .timeout = 0.2});
-    ASSERT_TRUE(helper.start());
-    EXPECT_EQ(kindOfFailure(helper.client(), u"/hang"), TransportError::Kind::timeout);
-    ASSERT_TRUE(helper.start());
-    helper.client().setTimeout(60);
-    EXPECT_TRUE(helper.client().supportsFile(u"/yes"));
-}
-
 TEST_F(PrivateHelpers, FailedStartsLeaveNothing) {
     PrivateHelper missing({.path = folder_.path("nothing")});
     EXPECT_FALSE(missing.start());
