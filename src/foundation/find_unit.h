@@ -13,12 +13,12 @@ namespace corvy {
 // `wanted` compares, without branches, a unit as well as a vector of units.
 template <typename Wanted>
 std::size_t findUnitIf(std::u16string_view text, Wanted wanted, std::size_t from = 0) {
-    const auto at = [text, wanted](std::size_t i) { return wanted(loadUnits(text.data() + i)); };
+    const auto at = [text, wanted](std::size_t i) { return wanted(UnitVector(text.data() + i)); };
     std::size_t i = from;
-    for (constexpr std::size_t k = kVectorUnits; i + 4 * k <= text.size(); i += 4 * k) {
+    for (constexpr std::size_t k = UnitVector::kSize; i + 4 * k <= text.size(); i += 4 * k) {
         if (any(at(i) | at(i + k) | at(i + 2 * k) | at(i + 3 * k))) break;
     }
-    for (; i + kVectorUnits <= text.size(); i += kVectorUnits) {
+    for (; i + UnitVector::kSize <= text.size(); i += UnitVector::kSize) {
         if (const auto found = at(i); any(found)) return i + indexOfFirst(found);
     }
     while (i < text.size() && !wanted(text[i])) ++i;

@@ -1,34 +1,47 @@
-// Eight UTF-16 units as one vector of the compiler's, for questions about all of them at once. A
-// comparison gives a mask: all bits of a place are set where it holds.
+// Eight UTF-16 units as one vector of the compiler's, for questions about all of them at once.
 #pragma once
 
 #include <array>
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 namespace corvy {
 
-using UnitVector = std::uint16_t __attribute__((vector_size(16)));
-inline constexpr std::size_t kVectorUnits = sizeof(UnitVector) / sizeof(char16_t);
+// The answer for each unit: all bits of its place are set where a comparison holds.
+using UnitMask = std::int16_t __attribute__((vector_size(16)));
 
-// Reads kVectorUnits units.
-inline UnitVector loadUnits(const char16_t* units) {
-    UnitVector vector;
-    std::memcpy(&vector, units, sizeof vector);
-    return vector;
-}
+class UnitVector {
+public:
+    static constexpr std::size_t kSize = 8;
+
+    // Reads kSize units.
+    explicit UnitVector(const char16_t* units) { std::memcpy(&units_, units, sizeof units_); }
+
+    friend UnitMask operator==(UnitVector a, char16_t b) { return a.units_ == Unit{b}; }
+    friend UnitMask operator<(UnitVector a, char16_t b) { return a.units_ < Unit{b}; }
+    friend UnitMask operator<=(UnitVector a, char16_t b) { return a.units_ <= Unit{b}; }
+    friend UnitMask operator>=(UnitVector a, char16_t b) { return a.units_ >= Unit{b}; }
+    friend UnitVector operator|(UnitVector a, char16_t bits) {
+        a.units_ |= Unit{bits};
+        return a;
+    }
+
+private:
+    using Unit = std::uint16_t;
+
+    Unit units_ __attribute__((vector_size(16)));
+};
 
 // Whether the comparison holds at one place at least.
-template <typename Mask>
-bool any(Mask mask) {
+inline bool any(UnitMask mask) {
     const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(mask);
     return (halves[0] | halves[1]) != 0;
 }
 
 // The first place at which the comparison holds; there is one.
-template <typename Mask>
-std::size_t indexOfFirst(Mask mask) {
+inline std::size_t indexOfFirst(UnitMask mask) {
     static_assert(std::endian::native == std::endian::little);
     const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(mask);
     const int bit = halves[0] ? std::countr_zero(halves[0]) : 64 + std::countr_zero(halves[1]);

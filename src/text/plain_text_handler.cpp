@@ -55,16 +55,16 @@ struct HidingWords {
 
 // One pass over the tag for a rare pair of letters of each word.
 HidingWords hidingWordsOf(std::u16string_view tag) {
-    UnitVector hidden = {}, style = {}, display = {}, width = {};
+    UnitMask hidden = {}, style = {}, display = {}, width = {};
     const auto look = [&](const char16_t* units) {
-        const UnitVector first = loadUnits(units) | 0x20, second = loadUnits(units + 1) | 0x20;
+        const UnitVector first = UnitVector(units) | 0x20, second = UnitVector(units + 1) | 0x20;
         hidden |= (first == u'd') & (second == u'd');
         style |= (first == u't') & (second == u'y');
         display |= (first == u'y') & (second == u':');
         width |= (first == u'd') & (second == u't');
     };
-    const std::size_t last = tag.size() - 1 - kVectorUnits;
-    for (std::size_t i = 0; i < last; i += kVectorUnits) look(tag.data() + i);
+    const std::size_t last = tag.size() - 1 - UnitVector::kSize;
+    for (std::size_t i = 0; i < last; i += UnitVector::kSize) look(tag.data() + i);
     look(tag.data() + last);
     return {
         .hidden = any(hidden), .style = any(style), .display = any(display), .width = any(width)};

@@ -37,26 +37,30 @@ std::u16string_view decodedRun(const PlainTextContext& page, std::u16string_view
                 run, decoded, {.markup = page.stdEntities, .nonUmlauted = page.nonUmlauted})};
 }
 
+constexpr std::ptrdiff_t kBlock = UnitVector::kSize;
+
 // Whether the vector of units is white space of the kinds that indent markup.
 bool isIndentation(const char16_t* units) {
-    const UnitVector c = loadUnits(units);
-    return !any((c != u' ') & (c != u'\n') & (c != u'\t') & (c != u'\r'));
+    const UnitVector c(units);
+    return !any(~((c == u' ') | (c == u'\n') | (c == u'\t') | (c == u'\r')));
 }
 
 // trimWhite for runs that often are a line feed and much indentation.
 std::u16string_view trimmed(std::u16string_view run) {
-    const bool isLong = run.size() >= kVectorUnits;
-    const char16_t* const end = run.data() + run.size();
-    while (run.size() >= kVectorUnits && isIndentation(run.data())) run.remove_prefix(kVectorUnits);
-    if (isLong && run.size() < kVectorUnits && isIndentation(end - kVectorUnits)) return {};
-    return trimWhite(run);
+    const char16_t* in = run.data();
+    const char16_t* const end = in + run.size();
+    if (end - in >= kBlock) {
+        while (end - in >= kBlock && isIndentation(in)) in += kBlock;
+        if (end - in < kBlock && isIndentation(end - kBlock)) return {};
+    }
+    return trimWhite({in, end});
 }
 
 // Whether the vector of units can be copied as it is: no white space in it but single spaces, and
 // nothing to decode. Looks at one unit more. False also for some other units of the ranges in which
 // white space lies.
 bool isPlain(const char16_t* units) {
-    const UnitVector c = loadUnits(units), next = loadUnits(units + 1);
+    const UnitVector c(units), next(units + 1);
     return !any((c < 0x20) | (c == u'&') | ((c == u' ') & (next == u' ')) |
                 ((c >= 0x7F) & (c <= 0xA0)) | ((c >= 0x1680) & (c <= 0x205F)) | (c == 0x3000) |
                 (c >= 0xFEFF));
@@ -65,19 +69,18 @@ bool isPlain(const char16_t* units) {
 // The same for the whole of a text, which is not empty.
 bool isPlain(std::u16string_view text) {
     if (isWhite(text.back())) return false;
-    const std::size_t size = text.size() - 1;  // of what has a next unit
-    if (size < kVectorUnits) {
-        for (std::size_t i = 0; i < size; ++i) {
-            if (text[i] == u'&' || (isWhite(text[i]) && (text[i] != u' ' || text[i + 1] == u' '))) {
-                return false;
-            }
+    const char16_t* in = text.data();
+    const char16_t* const last = in + text.size() - 1;  // has no next unit
+    if (last - in < kBlock) {
+        for (; in < last; ++in) {
+            if (*in == u'&' || (isWhite(*in) && (*in != u' ' || in[1] == u' '))) return false;
         }
         return true;
     }
-    for (std::size_t i = 0; i + kVectorUnits < size; i += kVectorUnits) {
-        if (!isPlain(text.data() + i)) return false;
+    for (; last - in > kBlock; in += kBlock) {
+        if (!isPlain(in)) return false;
     }
-    return isPlain(text.data() + size - kVectorUnits);
+    return isPlain(last - kBlock);
 }
 
 // Copies the text, which does not end in white space, with each run of white units as one space.
@@ -85,7 +88,6 @@ bool isPlain(std::u16string_view text) {
 char16_t* copyCollapsed(std::u16string_view text, char16_t* out) {
     const char16_t* in = text.data();
     const char16_t* const end = in + text.size();
-    constexpr std::ptrdiff_t kBlock = kVectorUnits;
     bool behindWhite = false;
     while (in < end) {
         while (end - in > kBlock && !(behindWhite && isWhite(*in)) && isPlain(in)) {

@@ -29,14 +29,14 @@ public:
     const std::string& path() const { return path_; }
     // Makes a file, and the folders above it.
     std::string write(std::string_view name, std::string_view contents) const {
-        const std::string file = path(name);
+        std::string file = path(name);
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
         std::ofstream(file, std::ios::binary) << contents;
         return file;
     }
     // Writes an executable shell script; gives its path.
     std::string script(std::string_view name, std::string_view body) const {
-        const std::string file = write(name, "#!/bin/sh\n" + std::string(body) + "\n");
+        std::string file = write(name, "#!/bin/sh\n" + std::string(body) + "\n");
         chmod(file.c_str(), 0700);
         return file;
     }

@@ -98,14 +98,14 @@ TEST(PlainText, FindsWhatChangesAnywhereInARun) {
     for (const auto& [change, text] : kChanges) {
         for (std::size_t before = 1; before < 28; ++before) {
             for (std::size_t behind = 2; behind < 28; ++behind) {
-                const std::u16string first(before, u'a'), last(behind, u'b');
-                const std::u16string run = first + std::u16string(change) + last;
                 const std::u16string white(before % 11, behind % 2 ? u' ' : u'\t');
-                const std::u16string page = u"x<b>" + white + run + white + u"</b>y";
-                const std::u16string space(white.empty() ? 0 : 1, u' ');
-                ASSERT_EQ(stringByConvertingHtml2PlainText(page),
-                          u"x" + space + first + std::u16string(text) + last + space + u"y")
-                    << toUtf8(page);
+                const std::u16string_view space = white.empty() ? u"" : u" ";
+                std::u16string page = u"x<b>", expected = u"x";
+                page.append(white).append(before, u'a').append(change).append(behind, u'b');
+                page.append(white).append(u"</b>y");
+                expected.append(space).append(before, u'a').append(text).append(behind, u'b');
+                expected.append(space).append(u"y");
+                ASSERT_EQ(stringByConvertingHtml2PlainText(page), expected) << toUtf8(page);
             }
         }
     }
@@ -174,8 +174,8 @@ TEST(PlainText, LeavesFieldsThatAreNeverClosed) {
     for (const std::u16string_view field : {u"<textarea>", u"<marquee>"}) {
         for (const std::u16string_view tag : {u"<div>", u"<h3>", u"<pre>", u"<body>", u"<input>",
                                               u"<select>", u"<option/>", u"x<table>"}) {
-            const std::u16string page =
-                u"xy" + std::u16string(field) + u"a" + std::u16string(tag) + u"b";
+            std::u16string page = u"xy";
+            page.append(field).append(u"a").append(tag).append(u"b");
             EXPECT_TRUE(stringByConvertingHtml2PlainText(page).ends_with(u"b")) << toUtf8(page);
         }
     }
