@@ -8,7 +8,7 @@
 #include "foundation/system_log.h"
 #include "foundation/text.h"
 #include "foundation/user_defaults.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -110,7 +110,7 @@ TEST_F(FeedPageTest, ShowsItems) {
 }
 
 TEST_F(FeedPageTest, PutsTheStyleSheetWhereItBelongs) {
-    const tools::TemporaryFolder folder;
+    const test::TemporaryFolder folder;
     setStyleSheet(pathFromBytes(folder.write("a \"\u00E9.feeds.stylesheet.css", "p > a {}")));
     const std::string link = "<link rel=\"stylesheet\" type=\"text/css\" href=\"file://localhost" +
                              folder.path() + "/a%20%22%C3%A9.feeds.stylesheet.css\"/>\n";
