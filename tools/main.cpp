@@ -22,6 +22,8 @@ using namespace corvy::tools;
 // In the order in which help shows them.
 constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
+    {"index", "make records searchable", indexCommand},
+    {"search", "find files by their text", searchCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"text", "the plain text of a page", textCommand},
