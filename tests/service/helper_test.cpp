@@ -15,12 +15,14 @@
 #include "foundation/text.h"
 #include "platform/property_list_writer.h"
 #include "tests/support/helper_process.h"
+#include "tests/support/processes.h"
 
 namespace corvy {
 namespace {
 
 using test::HelperProcess;
 using test::RuntimeFolder;
+using test::TemporaryFolder;
 
 std::string outputOf(const std::string& command) {
     std::string output;
@@ -176,7 +178,7 @@ TEST_F(HelperTest, AnArgumentOf300MegabytesIsServed) {
 }
 
 TEST_F(HelperTest, WebArchiveGivesTextSourceAndAddress) {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const auto answerFor = [&](std::string_view contents) {
         std::ofstream(folder.file("a"), std::ios::binary) << contents;
         return proxy_->call("searchableTextOfWebArchive:",
@@ -246,6 +248,21 @@ TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
     }
 }
 
+TEST_F(HelperTest, IsOnTheSessionBusWhenAsked) {
+    if (outputOf("command -v dbus-run-session").empty()) GTEST_SKIP() << "no dbus-run-session";
+    const TemporaryFolder folder;
+    const std::string script = folder.script(
+        "session",
+        "CORVYSTACK_RUNTIME_DIR=" + folder.file("run") +
+            " " CORVY_BUILD_DIR
+            "/corvystack-helper --session-bus >/dev/null 2>&1 & helper=$!\n"
+            "gdbus wait --session --timeout 10 org.corvystack.Helper64\n"
+            "gdbus call --session --dest org.corvystack.Helper64 --object-path /CorvyStackHelper "
+            "--method org.corvystack.ImExport1.SupportsFile \"[<'/nowhere'>]\"\n"
+            "kill $helper\n");
+    EXPECT_EQ(outputOf("dbus-run-session -- " + script + " 2>/dev/null"), "(false,)\n");
+}
+
 TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     const std::string socket = "unix:path=" + folder_.path() + "/CorvyStackHelper64.1";
     for (const char* tool : {"busctl", "gdbus", "/usr/bin/python3"}) {
@@ -288,7 +305,7 @@ TEST(Helper, TellsTheServiceManagerThatItIsReady) {
 }
 
 TEST(Helper, PrivateOneEndsWithItsOwner) {
-    const test::TemporaryFolder folder;
+    const TemporaryFolder folder;
     const std::string runtime = folder.file("runtime");
     std::filesystem::create_directory(runtime);
     chmod(runtime.c_str(), 0700);
