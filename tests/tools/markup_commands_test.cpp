@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/program.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace corvy::tools {
 namespace {

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "foundation/text.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tools/search/query_text.h"
 
 namespace corvy::tools {
@@ -11,6 +11,7 @@ namespace corvy::tools {
 namespace {
 
 using Access = platform::Database::Access;
+using test::TemporaryFolder;
 
 class TextIndexTest : public testing::Test {
 protected:

@@ -13,11 +13,12 @@
 #include <utility>
 
 #include "foundation/text.h"
-#include "markup/markup_decoding.h"
+#include "markup/queries.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
 #include "tools/import/plain_text.h"
+#include "tools/markup/input.h"
 
 namespace corvy::tools {
 
@@ -45,6 +46,11 @@ bool isBlank(std::u16string_view text) {
     });
 }
 
+void addTitle(std::u16string_view html, ImportRecord& record) {
+    std::u16string title = normalizedHtmlTitle(html);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
+}
+
 // The first bytes of a file; empty when it cannot be read.
 std::string headOf(const std::string& path) {
     std::string head;
@@ -70,7 +76,7 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             stopped = !importPdf(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
-        } else if (record.kind == "html" && settings_.texts) {
+        } else if (record.kind == "html") {
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
@@ -169,6 +175,7 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
         return true;
     }
     if (settings_.texts) addText(*std::move(text), number, record);
+    addTitle(stringOf(*entries, u"Source").value_or(u""), record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
     return true;
 }
@@ -181,7 +188,9 @@ void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, Impor
         record.error = errorOfReading(contents.error);
         return;
     }
-    const auto page = stringWithMarkupData(contents.bytes);
+    const auto page = textOfSavedPage(contents.bytes);
+    if (page) addTitle(*page, record);
+    if (!settings_.texts) return;
     if (page) {
         addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
                 number, record);
