@@ -3,6 +3,9 @@
 
 namespace corvy::tools {
 
+// search_commands.cpp
+int indexCommand(int argc, char** argv);
+int searchCommand(int argc, char** argv);
 // service_commands.cpp
 int serveCommand(int argc, char** argv);
 int statusCommand(int argc, char** argv);

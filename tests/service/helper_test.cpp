@@ -15,6 +15,7 @@
 #include "foundation/text.h"
 #include "platform/property_list_writer.h"
 #include "tests/support/helper_process.h"
+#include "tests/support/processes.h"
 
 namespace corvy {
 namespace {
@@ -214,6 +215,21 @@ TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
     for (const char16_t* name : {u"GLib", u"ICU", u"libsystemd", u"Poppler"}) {
         EXPECT_TRUE(libraries->dictionary()->contains(name)) << toUtf8(name);
     }
+}
+
+TEST_F(HelperTest, IsOnTheSessionBusWhenAsked) {
+    if (outputOf("command -v dbus-run-session").empty()) GTEST_SKIP() << "no dbus-run-session";
+    const test::TemporaryFolder folder;
+    const std::string script = folder.script(
+        "session",
+        "CORVYSTACK_RUNTIME_DIR=" + folder.path("run") +
+            " " CORVY_BUILD_DIR
+            "/corvystack-helper --session-bus >/dev/null 2>&1 & helper=$!\n"
+            "gdbus wait --session --timeout 10 org.corvystack.Helper64\n"
+            "gdbus call --session --dest org.corvystack.Helper64 --object-path /CorvyStackHelper "
+            "--method org.corvystack.ImExport1.SupportsFile \"[<'/nowhere'>]\"\n"
+            "kill $helper\n");
+    EXPECT_EQ(outputOf("dbus-run-session -- " + script + " 2>/dev/null"), "(false,)\n");
 }
 
 TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
