@@ -179,7 +179,7 @@ bool isPDFBundle(OptionalText path) {
 }
 
 std::u16string pathToPDF(std::u16string_view path) {
-    const std::u16string bundle(path);
+    std::u16string bundle(path);
     if (!isPDFBundle(path)) return bundle;
     std::u16string_view name = lastPathComponent(path);
     name.remove_suffix(pathExtension(name).size() + 1);

@@ -85,10 +85,10 @@ TEST(MovieTypes, ExtensionsMatchInAnyCaseAndTypeCodesExactly) {
             << toUtf8(c.extension.value_or(u"none")) << ", " << toUtf8(c.type.value_or(u"none"));
     }
     const test::TemporaryFolder folder;
-    std::ofstream(folder.file("._clip.txt"))
+    std::ofstream(folder.path("._clip.txt"))
         << AppleDouble::make("MooVTVOD").withResourceFork("").value();
-    EXPECT_TRUE(isQuickTimeFile(pathFromBytes(folder.file("clip.txt"))));
-    EXPECT_FALSE(isQuickTimeFile(pathFromBytes(folder.file("other.txt"))));
+    EXPECT_TRUE(isQuickTimeFile(pathFromBytes(folder.path("clip.txt"))));
+    EXPECT_FALSE(isQuickTimeFile(pathFromBytes(folder.path("other.txt"))));
     EXPECT_TRUE(isQuickTimeFile(u"/nowhere/a.MP4"));
 }
 

@@ -20,7 +20,7 @@ public:
 
     static bool areAvailable() { return std::system("command -v ffmpeg >/dev/null") == 0; }
 
-    std::string path(const std::string& name) const { return folder_.file(name); }
+    std::string path(const std::string& name) const { return folder_.path(name); }
     // The path of a new clip, "" when ffmpeg does not make it. `arguments` stand between the
     // input and the name; of the numbers unless another input is given.
     std::string make(const std::string& name, const std::string& arguments,

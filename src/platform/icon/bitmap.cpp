@@ -60,15 +60,15 @@ private:
         const bool isKnown =
             bits_ == 1 || bits_ == 4 || bits_ == 8 || bits_ == 16 || bits_ == 24 || bits_ == 32;
         if (header < kInfoHeader || !isKnown) return false;
+        const bool isMasked = compression == kMasks && (bits_ == 16 || bits_ == 32);
+        if (compression != kNone && !isMasked) return false;
         palette_ = header;
         if (bits_ <= 8) {
             constexpr std::uint32_t kMostColors = 256;
             colors_ = view_.u32(32) == 0 ? 1U << bits_ : std::min(view_.u32(32), kMostColors);
-        } else if (compression == kMasks && (bits_ == 16 || bits_ == 32)) {
+        } else if (isMasked) {
             for (std::size_t i = 0; i < 3; ++i) masks_[i] = view_.u32(kInfoHeader + 4 * i);
             if (header == kInfoHeader) palette_ += 12;
-        } else if (compression != kNone) {
-            return false;
         } else if (bits_ == 16) {
             masks_ = {0x7C00, 0x03E0, 0x001F};
         }

@@ -65,10 +65,10 @@ void readChannels(ByteView box, MetadataBuilder& builder) {
 
 // Fractions and powers of ten, of pixels per metre.
 void readResolution(ByteView box, MetadataBuilder& builder) {
-    constexpr double kMetersPerInch = 0.0254;
+    constexpr double kInch = 254, kMeter = 10000;  // in tenths of a millimetre
     const auto dpi = [box](std::uint64_t fraction, std::uint64_t exponent) {
-        const double value = static_cast<double>(box.u16(fraction)) / box.u16(fraction + 2);
-        return value * std::pow(10.0, static_cast<std::int8_t>(box.u8(exponent))) * kMetersPerInch;
+        const double power = std::pow(10.0, static_cast<std::int8_t>(box.u8(exponent)));
+        return box.u16(fraction) * kInch * power / (box.u16(fraction + 2) * kMeter);
     };
     builder.setDpi(dpi(4, 9), dpi(0, 8));
 }
