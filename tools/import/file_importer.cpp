@@ -12,14 +12,17 @@
 #include <string_view>
 #include <utility>
 
+#include "feeds/feed.h"
+#include "feeds/feed_page.h"
 #include "foundation/big_endian.h"
 #include "foundation/size_string.h"
 #include "foundation/text.h"
-#include "markup/markup_decoding.h"
+#include "markup/queries.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
 #include "tools/import/plain_text.h"
+#include "tools/markup/input.h"
 
 namespace corvy::tools {
 
@@ -32,6 +35,9 @@ constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
 constexpr std::string_view kThumbnailOperation =
     "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
 constexpr std::int64_t kThumbnailSize = 256;  // pixels
+
+// What feeds often are by their names.
+constexpr std::string_view kXmlType = "public.xml";
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -49,6 +55,11 @@ bool isBlank(std::u16string_view text) {
     return std::ranges::all_of(text, [](char16_t unit) {
         return unit <= u' ' || unit == u'\u00A0' || unit == u'\u2028' || unit == u'\u2029';
     });
+}
+
+void addTitle(std::u16string_view html, ImportRecord& record) {
+    std::u16string title = normalizedHtmlTitle(html);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
 }
 
 // The first bytes of a file; empty when it cannot be read.
@@ -84,9 +95,11 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             stopped = !importPdf(file, number, record);
         } else if (record.kind == "image") {
             stopped = !importImage(file, number, record);
+        } else if (record.kind == "feed" || record.type == kXmlType) {
+            importXml(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
-        } else if (record.kind == "html" && settings_.texts) {
+        } else if (record.kind == "html") {
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
@@ -223,6 +236,7 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
         return true;
     }
     if (settings_.texts) addText(*std::move(text), number, record);
+    addTitle(stringOf(*entries, u"Source").value_or(u""), record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
     return true;
 }
@@ -251,6 +265,36 @@ bool FileImporter::importMovie(const FoundFile& file, std::uint64_t number, Impo
     return true;
 }
 
+void FileImporter::importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const FileContents contents =
+        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+        return;
+    }
+    const auto feed = textOfSavedPage(contents.bytes);
+    if (feed && isFeed(*feed)) {
+        record.kind = "feed";
+        importFeed(*feed, number, record);
+    } else if (record.kind == "feed") {
+        record.error = "damaged";
+    } else if (settings_.texts) {
+        addText(plainText(contents.bytes.chars()), number, record);
+    }
+}
+
+void FileImporter::importFeed(std::u16string_view feed, std::uint64_t number,
+                              ImportRecord& record) {
+    const Array items = getItemsOfFeed(feed);
+    std::u16string title = titleOfFeed(feed);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
+    record.properties.set(u"ItemCount", static_cast<std::int64_t>(items.size()));
+    if (!settings_.texts) return;
+    addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
+                                             {.reformat = true, .onlyBody = true}),
+            number, record);
+}
+
 // The text that is searched: of the body, as in web archives.
 void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
     const FileContents contents =
@@ -259,7 +303,9 @@ void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, Impor
         record.error = errorOfReading(contents.error);
         return;
     }
-    const auto page = stringWithMarkupData(contents.bytes);
+    const auto page = textOfSavedPage(contents.bytes);
+    if (page) addTitle(*page, record);
+    if (!settings_.texts) return;
     if (page) {
         addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
                 number, record);
