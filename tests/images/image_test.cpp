@@ -1,13 +1,11 @@
 #include "images/image.h"
 
-#include <fstream>
-
 #include "foundation/text.h"
 #include "images/preview.h"
 #include "platform/image_source.h"
 #include "platform/tiff_encoder.h"
-#include "tests/support/processes.h"
 #include "tests/support/rasters.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 
@@ -176,7 +174,7 @@ TEST(Image, ConvertsPostScriptWhenItIsNeeded) {
                                           "1 0 0 setrgbcolor 0 10 20 10 rectfill showpage\n"),
                             u"eps", [&] {
                                 ++asked;
-                                return folder.file("");
+                                return folder.path();
                             });
     ASSERT_TRUE(image.isReallyValid());
     EXPECT_EQ(image.size(), (Size{40, 20}));
@@ -209,8 +207,7 @@ TEST(Image, TakesPointsFromTheResolution) {
 TEST(Preview, ShowsFilesInsideTheBox) {
     const TemporaryFolder folder;
     const auto write = [&folder](const char* name, std::string_view contents) {
-        std::ofstream(folder.file(name)) << contents;
-        return fromUtf8(folder.file(name));
+        return fromUtf8(folder.write(name, contents));
     };
     const auto png = platform::encodedPicture(platform::rasterOf({400, 200}, kRed), {});
     const std::u16string picture = write("a.png", png->chars());

@@ -6,8 +6,8 @@
 #include "platform/pdf_document.h"
 #include "platform/post_script.h"
 #include "platform/svg_image.h"
-#include "tests/support/processes.h"
 #include "tests/support/rasters.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::platform {
 
@@ -36,8 +36,7 @@ std::string pdfOf(const std::string& entries) {
 
 std::optional<Bytes> converted(std::string_view postScript, double seconds = 20) {
     const TemporaryFolder folder;
-    return pdfOfPostScript(bytesOf(postScript),
-                           {.folder = folder.file(""), .wallSeconds = seconds});
+    return pdfOfPostScript(bytesOf(postScript), {.folder = folder.path(), .wallSeconds = seconds});
 }
 
 }  // namespace
@@ -67,7 +66,7 @@ TEST(SvgImage, TellsItsSize) {
 
 TEST(SvgImage, DrawsNothingFromOutside) {
     const TemporaryFolder folder;
-    const std::string other = folder.file("other.svg");
+    const std::string other = folder.path("other.svg");
     std::ofstream(other) << svgOf("width='9' height='9'",
                                   "<rect id='r' width='9' height='9' fill='#f00'/>");
     const std::string svg =
@@ -150,10 +149,10 @@ TEST(PostScript, BecomesPdfOfItsBox) {
 
 TEST(PostScript, CannotReachOtherFilesNorGoOnForEver) {
     const TemporaryFolder folder;
-    const std::string made = folder.file("made");
+    const std::string made = folder.path("made");
     EXPECT_FALSE(converted("%!PS\n(" + made + ") (w) file showpage\n"));
     EXPECT_FALSE(std::filesystem::exists(made));
-    const std::string there = folder.file("there");
+    const std::string there = folder.path("there");
     std::ofstream(there) << "secret";
     EXPECT_FALSE(converted("%!PS\n(" + there + ") (r) file showpage\n"));
     EXPECT_FALSE(converted("%!PS\n(%pipe%touch " + made + ") (w) file showpage\n"));

@@ -1,9 +1,7 @@
 #include "service/image_conversion.h"
 
-#include <fstream>
-
 #include "foundation/text.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 
@@ -128,8 +126,7 @@ TEST(ImageConversion, AddsTheTextOfPdfs) {
 TEST(ImageConversion, FallsBackOnTheTextOfPdfsAlone) {
     const test::TemporaryFolder folder;
     const auto write = [&folder](const char* name) {
-        std::ofstream(folder.file(name)) << "%PDF locked";
-        return fromUtf8(folder.file(name));
+        return fromUtf8(folder.write(name, "%PDF locked"));
     };
     struct Case {
         std::u16string path;

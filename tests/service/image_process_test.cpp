@@ -1,12 +1,11 @@
 // The conversion with its worker program in a process of its own.
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 
 #include "foundation/text.h"
 #include "platform/image_metadata.h"
 #include "service/image_conversion.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 
@@ -15,10 +14,7 @@ namespace {
 class ImageProcess : public testing::Test {
 protected:
     std::u16string write(const std::string& name, std::string_view contents) {
-        std::filesystem::create_directories(
-            std::filesystem::path(folder_.file(name)).parent_path());
-        std::ofstream(folder_.file(name), std::ios::binary) << contents;
-        return fromUtf8(folder_.file(name));
+        return fromUtf8(folder_.write(name, contents));
     }
 
     ImageConversionContext context() {
@@ -80,13 +76,13 @@ TEST_F(ImageProcess, TakesBothRoutes) {
 
     EXPECT_FALSE(convert(write("text.png", "no picture"), {.maxThumbnailSize = 30}));
     EXPECT_FALSE(convert(u"/no/such.png"));
-    EXPECT_FALSE(convert(fromUtf8(folder_.file(""))));
+    EXPECT_FALSE(convert(fromUtf8(folder_.path())));
 }
 
 TEST_F(ImageProcess, ReadsBundlesAndPostScript) {
     write("Doc.pdfd/Doc.pdf", kPdf);
     write("Doc.pdfd/Another.pdf", "no PDF");
-    const std::u16string bundle = fromUtf8(folder_.file("Doc.pdfd"));
+    const std::u16string bundle = fromUtf8(folder_.path("Doc.pdfd"));
     const auto page = convert(bundle);
     ASSERT_TRUE(page);
     EXPECT_EQ(stringOf(*page, u"Size"), u"{300, 600}");
