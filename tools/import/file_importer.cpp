@@ -180,8 +180,9 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
     if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
-    // A page that cannot be drawn is no fault of the record.
+    // A page that cannot be drawn is no fault of the record; a helper that it brings down is.
     const HelperSlot::Answer picture = callForThumbnail(file);
+    if (record.error.empty()) record.error = picture.error;
     const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
     const PropertyList* thumbnail = drawn ? drawn->find(u"Thumbnail") : nullptr;
     if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
