@@ -58,14 +58,14 @@ Image::Image(Representations representations)
     : representations_(std::move(representations)),
       size_(representations_.empty() ? Size{} : representations_.front()->size()) {}
 
-Image Image::initByReferencingFile(std::u16string_view path, TemporaryFolder folder) {
+Image Image::initByReferencingFile(std::u16string_view path, FolderSource folder) {
     const auto bytes = platform::bytesOfFile(path);
     if (!bytes) return Image(Representations());
     return initWithData(*bytes, pathExtension(path), std::move(folder));
 }
 
 Image Image::initWithData(const Bytes& data, std::u16string_view extension,
-                          TemporaryFolder folder) {
+                          FolderSource folder) {
     return Image(representationsOf(data, extension, std::move(folder)));
 }
 

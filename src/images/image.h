@@ -22,9 +22,9 @@ public:
     // Its size is that of the first of them.
     explicit Image(Representations representations);
     // The picture in a file. One that has none gives an image that is not really valid.
-    static Image initByReferencingFile(std::u16string_view path, TemporaryFolder folder = {});
+    static Image initByReferencingFile(std::u16string_view path, FolderSource folder = {});
     static Image initWithData(const Bytes& data, std::u16string_view extension,
-                              TemporaryFolder folder = {});
+                              FolderSource folder = {});
     // Of one bitmap, a point to a pixel. None for a picture without pixels.
     static std::optional<Image> imageWithCGImageRef(Raster picture);
 

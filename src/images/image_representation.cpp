@@ -160,14 +160,14 @@ std::optional<Raster> PDFImageRep::draw(PixelSize size, const Drawing& drawing) 
     return document_->pdf.pictureOfPage(0, size, drawing.shouldAntialias);
 }
 
-EPSImageRep::EPSImageRep(Bytes bytes, TemporaryFolder folder, Size size,
+EPSImageRep::EPSImageRep(Bytes bytes, FolderSource folder, Size size,
                          std::shared_ptr<corvy::PDFImageRep> pdf)
     : ImageRepresentation({.kind = Kind::eps, .size = size, .hasAlpha = true}),
       bytes_(std::move(bytes)),
       folder_(std::move(folder)),
       pdf_(std::move(pdf)) {}
 
-std::shared_ptr<EPSImageRep> EPSImageRep::of(Bytes bytes, TemporaryFolder folder) {
+std::shared_ptr<EPSImageRep> EPSImageRep::of(Bytes bytes, FolderSource folder) {
     const auto postScript = platform::postScriptIn(bytes);
     std::optional<Size> size = platform::boundingBoxSize(postScript);
     std::shared_ptr<corvy::PDFImageRep> pdf;
@@ -203,7 +203,7 @@ std::optional<Raster> EPSImageRep::draw(PixelSize size, const Drawing& drawing) 
 }
 
 Representations representationsOf(const Bytes& bytes, std::u16string_view extension,
-                                  TemporaryFolder folder) {
+                                  FolderSource folder) {
     Representations out;
     const ImageFormat format = platform::imageFormatOf(bytes, extension);
     if (format == ImageFormat::unknown) return out;

@@ -100,13 +100,13 @@ private:
 };
 
 // Where conversions may put files; empty when nowhere. Asked only when one is needed.
-using TemporaryFolder = std::function<std::string()>;
+using FolderSource = std::function<std::string()>;
 
 // PostScript, which becomes a PDF when it is needed as one.
 class EPSImageRep : public ImageRepresentation {
 public:
     // A file without a bounding box is converted at once, for its size. None when that fails.
-    static std::shared_ptr<EPSImageRep> of(Bytes bytes, TemporaryFolder folder);
+    static std::shared_ptr<EPSImageRep> of(Bytes bytes, FolderSource folder);
     std::optional<Bytes> fileBytes() const override { return bytes_; }
 
     // The PDF once it has been made; null before.
@@ -121,10 +121,10 @@ protected:
     std::optional<Raster> draw(PixelSize size, const Drawing& drawing) const override;
 
 private:
-    EPSImageRep(Bytes bytes, TemporaryFolder folder, Size size,
+    EPSImageRep(Bytes bytes, FolderSource folder, Size size,
                 std::shared_ptr<corvy::PDFImageRep> pdf);
     Bytes bytes_;
-    TemporaryFolder folder_;
+    FolderSource folder_;
     mutable std::shared_ptr<corvy::PDFImageRep> pdf_;
     mutable bool isInitialised_ = false;
 };
@@ -132,6 +132,6 @@ private:
 // The representations of a file; none when it is no picture. `extension` is that of its name.
 std::vector<std::shared_ptr<ImageRepresentation>> representationsOf(const Bytes& bytes,
                                                                     std::u16string_view extension,
-                                                                    TemporaryFolder folder);
+                                                                    FolderSource folder);
 
 }  // namespace corvy

@@ -11,7 +11,7 @@ namespace corvy {
 
 struct PreviewOptions {
     bool asIcon = false;  // as a sheet with a frame and a shadow, for lists of files
-    TemporaryFolder folder = {};
+    FolderSource folder = {};
 };
 
 // `size` in points, which are pixels here. None when there is no path, or nothing to be seen.

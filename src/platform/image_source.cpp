@@ -4,11 +4,13 @@
 #include <cmath>
 #include <utility>
 
+#include "foundation/text.h"
 #include "platform/codec_image.h"
 #include "platform/image_signature.h"
 #include "platform/mac_paint.h"
 #include "platform/raster_operations.h"
 #include "platform/vips_image.h"
+#include "platform/whole_file.h"
 
 namespace corvy::platform {
 
@@ -135,6 +137,17 @@ std::optional<ImageSource> ImageSource::create(Bytes bytes, std::u16string_view 
     return source;
 }
 
+std::optional<ImageSource> ImageSource::ofFile(std::u16string_view path) {
+    auto bytes = bytesOfFile(path, {.mapped = true});
+    auto source = bytes ? create(*std::move(bytes), pathExtension(path)) : std::nullopt;
+    if (source) {
+        source->file_ = bytesOfPath(path).value();
+        // What was looked at for the metadata need not stay in memory while pixels are decoded.
+        letGo(source->bytes_);
+    }
+    return source;
+}
+
 std::optional<Raster> ImageSource::picture(std::size_t index, const DecodeTarget& target) const {
     if (turnsItself(format_)) return stored(index, target);
     DecodeTarget lying = target;
@@ -148,7 +161,9 @@ std::optional<Raster> ImageSource::stored(std::size_t index, const DecodeTarget&
     switch (entryOf(format_).decoder) {
         case ImageDecoder::vips:
             return decodeByVips(bytes_, format_,
-                                {.target = target, .page = static_cast<std::uint32_t>(index)});
+                                {.target = target,
+                                 .file = file_.empty() ? nullptr : file_.c_str(),
+                                 .page = static_cast<std::uint32_t>(index)});
         case ImageDecoder::embedded: return largestPreview(target);
         case ImageDecoder::macPaint: whole = decodeMacPaint(bytes_); break;
         case ImageDecoder::codec:
@@ -205,10 +220,9 @@ std::optional<Raster> ImageSource::embedded(const EmbeddedImage& image,
     return withoutBars(*std::move(raster), whole);
 }
 
-std::optional<Raster> ImageSource::carriedThumbnail(std::uint32_t longest) const {
-    std::uint32_t wanted = longest;
-    if (metadata_.size) wanted = std::min(wanted, longerSide(*metadata_.size));
-    const std::uint32_t least = wanted / 2 + wanted % 2;
+std::optional<Raster> ImageSource::carriedThumbnail(std::uint32_t longest,
+                                                    std::uint32_t least) const {
+    const std::uint32_t wanted = wantedSide(longest);
     // The smallest that is large enough, then the largest of the others, then those that do not
     // tell.
     std::vector<const EmbeddedImage*> candidates;
@@ -222,9 +236,14 @@ std::optional<Raster> ImageSource::carriedThumbnail(std::uint32_t longest) const
     });
     for (const EmbeddedImage* image : candidates) {
         auto raster = embedded(*image, longest);
-        if (raster && longerSide(sizeOf(*raster)) >= std::min(least, longest)) return raster;
+        if (raster && longerSide(sizeOf(*raster)) >= least) return raster;
     }
     return std::nullopt;
+}
+
+// No more than there is.
+std::uint32_t ImageSource::wantedSide(std::uint32_t longest) const {
+    return metadata_.size ? std::min(longest, longerSide(*metadata_.size)) : longest;
 }
 
 // The first picture; of an icon, the smallest that is large enough, or the largest.
@@ -244,10 +263,12 @@ std::optional<Raster> ImageSource::thumbnail(const ThumbnailOptions& options) co
             ? static_cast<std::uint32_t>(std::min<std::int64_t>(options.maxPixelSize, kLongestSide))
             : kLongestSide;
     std::optional<Raster> raster;
-    if (!options.fromImageAlways) raster = carriedThumbnail(longest);
+    const std::uint32_t half = (wantedSide(longest) + 1) / 2;
+    if (!options.fromImageAlways) raster = carriedThumbnail(longest, half);
     if (!raster && (options.fromImageAlways || options.fromImageIfAbsent)) {
         raster = stored(thumbnailPicture(longest), {.box = PixelSize{longest, longest}});
     }
+    if (!raster && !options.fromImageAlways) raster = carriedThumbnail(longest, 1);
     if (!raster || options.withTransform == turnsItself(format_)) return raster;
     return turned(*std::move(raster),
                   options.withTransform ? metadata_.orientation : opposite(metadata_.orientation));

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -33,6 +34,10 @@ public:
     // limits. `extension` is that of the file's name, and may be empty.
     static std::optional<ImageSource> create(Bytes bytes, std::u16string_view extension);
 
+    // The same for the bytes of a file, which are not read but where they are needed. One that is
+    // made shorter meanwhile ends the process.
+    static std::optional<ImageSource> ofFile(std::u16string_view path);
+
     ImageFormat format() const { return format_; }
     const Bytes& bytes() const { return bytes_; }
     const ImageMetadata& metadata() const { return metadata_; }
@@ -49,19 +54,22 @@ public:
     std::optional<Raster> picture(std::size_t index, const DecodeTarget& target = {}) const;
 
     // A thumbnail that the file carries is taken when it shows the whole picture and has at least
-    // half of the pixels that are wanted in a row; of several, the smallest that has them all.
+    // half of the pixels that are wanted in a row; of several, the smallest that has them all. A
+    // smaller one is better than nothing where the picture cannot be decoded.
     // Never larger than the picture or what is carried.
     std::optional<Raster> thumbnail(const ThumbnailOptions& options) const;
 
 private:
     ImageSource() = default;
+    std::uint32_t wantedSide(std::uint32_t longest) const;
     std::size_t thumbnailPicture(std::uint32_t longest) const;
     std::optional<Raster> stored(std::size_t index, const DecodeTarget& target) const;
     std::optional<Raster> largestPreview(const DecodeTarget& target) const;
     std::optional<Raster> embedded(const EmbeddedImage& image, std::uint32_t longest) const;
-    std::optional<Raster> carriedThumbnail(std::uint32_t longest) const;
+    std::optional<Raster> carriedThumbnail(std::uint32_t longest, std::uint32_t least) const;
 
     Bytes bytes_;
+    std::string file_;  // that holds them, or empty
     ImageFormat format_ = ImageFormat::unknown;
     ImageMetadata metadata_;
     std::vector<IconEntry> icons_;  // views into the bytes

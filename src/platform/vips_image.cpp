@@ -5,18 +5,15 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/jpeg_eighth.h"
+#include "platform/raster_operations.h"
 #include "platform/vips_support.h"
 
 namespace corvy::platform {
 
 namespace {
 
-constexpr int kRowsAtOnce = 32;
-
-void* bufferOf(std::span<const std::byte> bytes) {
-    // The library only reads it; its interface is older than the distinction.
-    return const_cast<std::byte*>(bytes.data());
-}
+constexpr int kRowsAtOnce = 16;
 
 struct LoadOptions {
     int shrink = 1;  // by the loader, in each direction
@@ -24,32 +21,45 @@ struct LoadOptions {
     bool heifThumbnail = false;
 };
 
+struct SourceUnref {
+    void operator()(VipsSource* source) const noexcept { g_object_unref(source); }
+};
+using Source = std::unique_ptr<VipsSource, SourceUnref>;
+
+// A file is read piece by piece as it is decoded, and never all of it in memory.
+Source sourceOf(std::span<const std::byte> bytes, const char* file) {
+    Source source(file != nullptr ? vips_source_new_from_file(file)
+                                  : vips_source_new_from_memory(bytes.data(), bytes.size()));
+    if (!source) vips_error_clear();
+    return source;
+}
+
 // The picture, of which no more than the header has been read.
-VipsPicture load(std::span<const std::byte> bytes, ImageFormat format, const LoadOptions& options) {
-    void* const data = bufferOf(bytes);
-    const std::size_t size = bytes.size();
+VipsPicture load(const Source& source, ImageFormat format, const LoadOptions& options) {
+    if (!source) return nullptr;
     constexpr auto kAccess = VIPS_ACCESS_SEQUENTIAL;
     constexpr auto kFailOn = VIPS_FAIL_ON_NONE;
+    VipsSource* const from = source.get();
     return vipsResult([&](VipsImage** out) {
         switch (format) {
             case ImageFormat::jpeg:
-                return vips_jpegload_buffer(data, size, out, "access", kAccess, "fail_on", kFailOn,
+                return vips_jpegload_source(from, out, "access", kAccess, "fail_on", kFailOn,
                                             "shrink", options.shrink, nullptr);
             case ImageFormat::png:
-                return vips_pngload_buffer(data, size, out, "access", kAccess, "fail_on", kFailOn,
+                return vips_pngload_source(from, out, "access", kAccess, "fail_on", kFailOn,
                                            nullptr);
             case ImageFormat::gif:
-                return vips_gifload_buffer(data, size, out, "access", kAccess, "fail_on", kFailOn,
+                return vips_gifload_source(from, out, "access", kAccess, "fail_on", kFailOn,
                                            nullptr);
             case ImageFormat::tiff:
-                return vips_tiffload_buffer(data, size, out, "access", kAccess, "fail_on", kFailOn,
+                return vips_tiffload_source(from, out, "access", kAccess, "fail_on", kFailOn,
                                             "page", options.page, nullptr);
             case ImageFormat::webp:
-                return vips_webpload_buffer(data, size, out, "access", kAccess, "fail_on", kFailOn,
+                return vips_webpload_source(from, out, "access", kAccess, "fail_on", kFailOn,
                                             "scale", 1.0 / options.shrink, nullptr);
             case ImageFormat::heif:
             case ImageFormat::avif:
-                return vips_heifload_buffer(data, size, out, "access", kAccess, "fail_on", kFailOn,
+                return vips_heifload_source(from, out, "access", kAccess, "fail_on", kFailOn,
                                             "thumbnail", options.heifThumbnail, nullptr);
             default: return -1;
         }
@@ -89,6 +99,17 @@ VipsPicture scaled(VipsImage* picture, PixelSize size) {
     // Asked to, the library would turn pictures without a profile too, and shift their colours.
     VipsPicture out = attempt(hasProfile(picture) ? "srgb" : nullptr);
     return out ? std::move(out) : attempt(nullptr);
+}
+
+// Pixels that came another way, with the profile of the picture that they belong to.
+VipsPicture withProfileOf(VipsImage* picture, VipsPicture pixels) {
+    const void* profile = nullptr;
+    std::size_t size = 0;
+    if (!pixels || !hasProfile(picture)) return pixels;
+    if (vips_image_get_blob(picture, VIPS_META_ICC_NAME, &profile, &size) == 0) {
+        vips_image_set_blob_copy(pixels.get(), VIPS_META_ICC_NAME, profile, size);
+    }
+    return pixels;
 }
 
 VipsKernel kernelFor(Interpolation interpolation) {
@@ -182,6 +203,33 @@ std::optional<Raster> rasterOf(VipsPicture picture) {
     return raster;
 }
 
+namespace {
+
+// What the library sets up on first use is set up once for all processes.
+void warmUp() {
+    // A black pixel.
+    constexpr unsigned char kPng[] = {0x89, 'P', 'N', 'G',  '\r', '\n', 0x1A, '\n', 0,    0, 0, 13,
+                                      'I',  'H', 'D', 'R',  0,    0,    0,    1,    0,    0, 0, 1,
+                                      8,    0,   0,   0,    0,    0x3A, 0x7E, 0x9B, 0x55, 0, 0, 0,
+                                      10,   'I', 'D', 'A',  'T',  0x78, 0x9C, 0x63, 0x60, 0, 0, 0,
+                                      2,    0,   1,   0x48, 0xAF, 0xA4, 0x71, 0,    0,    0, 0, 'I',
+                                      'E',  'N', 'D', 0xAE, 0x42, 0x60, 0x82};
+    decodeByVips(std::as_bytes(std::span(kPng)), ImageFormat::png);
+    for (const Colour colour : {kWhite, kClear}) {
+        const Raster pixels = platform::rasterOf(PixelSize{64, 64}, colour);
+        const VipsPicture picture = vipsPictureOf(pixels);
+        if (picture) platform::rasterOf(scaled(picture.get(), {20, 20}));
+    }
+    // A type costs more than a picture.
+    for (const char* loader : {"jpegload_source", "gifload_source", "tiffload_source",
+                               "webpload_source", "heifload_source", "icc_transform"}) {
+        const GType type = vips_type_find("VipsOperation", loader);
+        if (type != 0) g_type_class_ref(type);
+    }
+}
+
+}  // namespace
+
 void prepareVips() {
     // Text goes nowhere but to our callers.
     g_log_set_handler(
@@ -192,7 +240,7 @@ void prepareVips() {
     vips_concurrency_set(1);
     vips_cache_set_max(0);
     vips_cache_set_max_mem(0);
-    vips_leak_set(FALSE);
+    warmUp();
 }
 
 std::string vipsVersion() {
@@ -204,11 +252,18 @@ std::optional<Raster> decodeByVips(std::span<const std::byte> bytes, ImageFormat
                                    const VipsDecoding& options) {
     LoadOptions loading{.page = static_cast<int>(options.page),
                         .heifThumbnail = options.heifThumbnail};
-    VipsPicture picture = load(bytes, format, loading);
+    VipsPicture picture = load(sourceOf(bytes, options.file), format, loading);
     if (!picture || !isWithinLimits(sizeOf(picture))) return std::nullopt;
     const PixelSize wanted = sizeFor(options.target, sizeOf(picture));
     loading.shrink = shrinkOnLoad(format, sizeOf(picture), wanted);
-    if (loading.shrink > 1) picture = load(bytes, format, loading);
+    const std::optional<Raster> eighth = format == ImageFormat::jpeg && loading.shrink == 8
+                                             ? eighthOfJpeg(bytes)
+                                             : std::nullopt;
+    if (eighth) {
+        picture = withProfileOf(picture.get(), vipsPictureOf(*eighth));
+    } else if (loading.shrink > 1) {
+        picture = load(sourceOf(bytes, options.file), format, loading);
+    }
     if (!picture) return std::nullopt;
     picture = scaled(picture.get(), wanted);
     return picture ? rasterOf(std::move(picture)) : std::nullopt;
@@ -218,8 +273,8 @@ std::vector<PixelSize> pageSizesOfTiff(std::span<const std::byte> bytes, std::si
     std::vector<PixelSize> sizes;
     std::size_t count = 1;
     while (sizes.size() < std::min(count, most)) {
-        const VipsPicture page =
-            load(bytes, ImageFormat::tiff, {.page = static_cast<int>(sizes.size())});
+        const VipsPicture page = load(sourceOf(bytes, nullptr), ImageFormat::tiff,
+                                      {.page = static_cast<int>(sizes.size())});
         if (!page) break;
         if (sizes.empty()) {
             count = static_cast<std::size_t>(std::max(1, vips_image_get_n_pages(page.get())));

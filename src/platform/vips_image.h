@@ -25,6 +25,7 @@ std::string vipsVersion();
 
 struct VipsDecoding {
     DecodeTarget target;
+    const char* file = nullptr;  // of the same bytes: saves the memory for most of them
     std::uint32_t page = 0;      // of a TIFF file
     bool heifThumbnail = false;  // the thumbnail item of a HEIF file instead of the picture
 };

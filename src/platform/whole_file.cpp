@@ -1,11 +1,13 @@
 #include "platform/whole_file.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -32,6 +34,15 @@ bool readInto(std::vector<std::byte>& buffer, int file) {
     return true;
 }
 
+std::optional<Bytes> mapped(int file, std::size_t length) {
+    if (length == 0) return Bytes();
+    void* const address = ::mmap(nullptr, length, PROT_READ, MAP_PRIVATE, file, 0);
+    if (address == MAP_FAILED) return std::nullopt;
+    std::shared_ptr<const void> owner(
+        address, [length](const void* start) { ::munmap(const_cast<void*>(start), length); });
+    return Bytes::sharing({static_cast<const std::byte*>(address), length}, std::move(owner));
+}
+
 }  // namespace
 
 std::optional<Bytes> bytesOfFile(std::u16string_view path, const FileReading& options) {
@@ -40,6 +51,7 @@ std::optional<Bytes> bytesOfFile(std::u16string_view path, const FileReading& op
     const Descriptor file(::open(name->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    if (options.mapped) return mapped(file.get(), static_cast<std::size_t>(status.st_size));
     try {
         std::vector<std::byte> buffer(static_cast<std::size_t>(status.st_size));
         const bool isRead = readInto(buffer, file.get());
@@ -50,6 +62,11 @@ std::optional<Bytes> bytesOfFile(std::u16string_view path, const FileReading& op
     } catch (const std::length_error&) {
         return std::nullopt;
     }
+}
+
+void letGo(const Bytes& mapped) {
+    if (mapped.empty()) return;
+    ::madvise(const_cast<std::byte*>(mapped.data()), mapped.size(), MADV_DONTNEED);
 }
 
 }  // namespace corvy::platform

@@ -29,7 +29,7 @@ bool flag(const Dictionary& arguments, std::u16string_view key) {
     return value != nullptr && value->boolean().value_or(false);
 }
 
-TemporaryFolder folderOf(platform::WorkerChannel& channel) {
+FolderSource folderOf(platform::WorkerChannel& channel) {
     return [&channel] { return channel.temporaryFolder(); };
 }
 
@@ -53,9 +53,7 @@ std::optional<platform::BitmapFileType> bitmapFileType(std::u16string_view name)
 
 std::optional<PropertyList> thumbnailOfFile(const Dictionary& arguments, platform::WorkerChannel&) {
     const auto path = stringOf(arguments, kPath);
-    auto bytes = path ? platform::bytesOfFile(*path) : std::nullopt;
-    if (!bytes) return std::nullopt;
-    const auto source = ImageSource::create(*std::move(bytes), pathExtension(*path));
+    const auto source = path ? ImageSource::ofFile(*path) : std::nullopt;
     if (!source) return std::nullopt;
     const PropertyList* size = arguments.find(kMaxSize);
     const auto thumbnail =
