@@ -24,6 +24,8 @@ constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
+    {"metadata", "what an importer tells of a file", metadataCommand},
+    {"supports", "whether an importer reads a file's type", supportsCommand},
     {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
     {"entities", "character references into characters, and back", entitiesCommand},

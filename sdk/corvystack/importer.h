@@ -12,10 +12,10 @@
  * the end, writes all of it around one function, and the CMake function corvystack_importer() makes
  * the bundle.
  *
- * An importer runs in a process of its own, one for each file, forked from a process that has loaded
- * it. It may crash, hang (about ten seconds), leave memory behind or throw: what it set before
- * counts. There is no network, and what it prints to standard output is lost. It must not start
- * threads while it is loaded.
+ * An importer runs in a process of its own, one for each file, forked from a process that has
+ * loaded it. It may crash, hang (about ten seconds), leave memory behind or throw: what it set
+ * before counts. There is no network, and what it prints to standard output is lost. It must not
+ * start threads while it is loaded.
  */
 #ifndef CORVYSTACK_IMPORTER_H
 #define CORVYSTACK_IMPORTER_H
@@ -45,8 +45,7 @@ static const CorvyUUID CORVY_IMPORTER_INTERFACE = {{0x6E, 0xBC, 0x27, 0xC4, 0x89
                                                     0xFC}};
 /* 00000000-0000-0000-C000-000000000046: what every instance answers to. */
 static const CorvyUUID CORVY_UNKNOWN_INTERFACE = {{0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
-                                                   0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00,
-                                                   0x46}};
+                                                   0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x46}};
 
 typedef enum CorvyKind {
     CORVY_NULL = 0, /* no value: the key is there, but callers do not see it */
@@ -69,14 +68,14 @@ typedef struct CorvyValue {
         int64_t integer;
         double real;
         struct {
-            const void *start; /* of bytes, UTF-16 units, values or entries */
+            const void* start; /* of bytes, UTF-16 units, values or entries */
             size_t count;      /* of the same */
         } items;
     } as;
 } CorvyValue;
 
 typedef struct CorvyEntry {
-    const char *key; /* UTF-8 */
+    const char* key; /* UTF-8 */
     CorvyValue value;
 } CorvyEntry;
 
@@ -88,32 +87,32 @@ typedef struct CorvyAttributeFunctions {
      * happens afterwards. False, and nothing changes, for values that do not end: nested deeper
      * than 64, or with more than a million parts; for numbers that are not finite, kinds that do
      * not exist, and null pointers. */
-    bool (*set)(CorvyAttributes *attributes, const char *key, const CorvyValue *value);
+    bool (*set)(CorvyAttributes* attributes, const char* key, const CorvyValue* value);
     /* False when the key was not there. */
-    bool (*remove)(CorvyAttributes *attributes, const char *key);
-    bool (*contains)(CorvyAttributes *attributes, const char *key);
+    bool (*remove)(CorvyAttributes* attributes, const char* key);
+    bool (*contains)(CorvyAttributes* attributes, const char* key);
 } CorvyAttributeFunctions;
 
 struct CorvyAttributes {
-    const CorvyAttributeFunctions *functions;
+    const CorvyAttributeFunctions* functions;
 };
 
 /* An instance is a pointer to a pointer to such a table, and so is `self`. */
 typedef struct CorvyImporterInterface {
-    void *reserved;
+    void* reserved;
     /* Stores an interface of the instance, with a reference, or null. 0 is success. */
-    int32_t (*QueryInterface)(void *self, CorvyUUID interface, void **out);
-    uint32_t (*AddRef)(void *self);
-    uint32_t (*Release)(void *self);
-    /* `contentType` is a uniform type identifier in lower case, `path` the bytes of the file's path.
-     * Nobody looks at the result. */
-    bool (*ImportData)(void *self, CorvyAttributes *attributes, const char *contentType,
-                       const char *path);
+    int32_t (*QueryInterface)(void* self, CorvyUUID interface, void** out);
+    uint32_t (*AddRef)(void* self);
+    uint32_t (*Release)(void* self);
+    /* `contentType` is a uniform type identifier in lower case, `path` the bytes of the file's
+     * path. Nobody looks at the result. */
+    bool (*ImportData)(void* self, CorvyAttributes* attributes, const char* contentType,
+                       const char* path);
 } CorvyImporterInterface;
 
 /* Makes an instance with one reference, or null for a type that it does not know. `allocator` is
  * null. */
-typedef void *(*CorvyFactory)(const void *allocator, const CorvyUUID *type);
+typedef void* (*CorvyFactory)(const void* allocator, const CorvyUUID* type);
 
 /* A plug-in whose Info.plist sets CFPlugInDynamicRegistration is loaded at once, and its function
  * CFPlugInDynamicRegisterFunction (CFPlugInDynamicRegister when it names none), of the form
@@ -123,16 +122,16 @@ typedef struct CorvyPlugIn CorvyPlugIn;
 
 typedef struct CorvyPlugInFunctions {
     size_t size; /* of this table */
-    bool (*registerFactory)(CorvyPlugIn *plugIn, const CorvyUUID *factory, CorvyFactory function);
-    bool (*registerType)(CorvyPlugIn *plugIn, const CorvyUUID *factory, const CorvyUUID *type);
+    bool (*registerFactory)(CorvyPlugIn* plugIn, const CorvyUUID* factory, CorvyFactory function);
+    bool (*registerType)(CorvyPlugIn* plugIn, const CorvyUUID* factory, const CorvyUUID* type);
 } CorvyPlugInFunctions;
 
 struct CorvyPlugIn {
-    const CorvyPlugInFunctions *functions;
+    const CorvyPlugInFunctions* functions;
 };
 
-static inline bool CorvySetItems(CorvyAttributes *attributes, const char *key, CorvyKind kind,
-                                 const void *start, size_t count) {
+static inline bool CorvySetItems(CorvyAttributes* attributes, const char* key, CorvyKind kind,
+                                 const void* start, size_t count) {
     CorvyValue value;
     value.kind = kind;
     value.as.items.start = start;
@@ -140,25 +139,25 @@ static inline bool CorvySetItems(CorvyAttributes *attributes, const char *key, C
     return attributes->functions->set(attributes, key, &value);
 }
 
-static inline bool CorvySetString(CorvyAttributes *attributes, const char *key, const char *text) {
+static inline bool CorvySetString(CorvyAttributes* attributes, const char* key, const char* text) {
     return CorvySetItems(attributes, key, CORVY_STRING, text, text ? strlen(text) : 0);
 }
 
-static inline bool CorvySetInteger(CorvyAttributes *attributes, const char *key, int64_t number) {
+static inline bool CorvySetInteger(CorvyAttributes* attributes, const char* key, int64_t number) {
     CorvyValue value;
     value.kind = CORVY_INTEGER;
     value.as.integer = number;
     return attributes->functions->set(attributes, key, &value);
 }
 
-static inline bool CorvySetReal(CorvyAttributes *attributes, const char *key, double number) {
+static inline bool CorvySetReal(CorvyAttributes* attributes, const char* key, double number) {
     CorvyValue value;
     value.kind = CORVY_REAL;
     value.as.real = number;
     return attributes->functions->set(attributes, key, &value);
 }
 
-static inline bool CorvySetBoolean(CorvyAttributes *attributes, const char *key, bool flag) {
+static inline bool CorvySetBoolean(CorvyAttributes* attributes, const char* key, bool flag) {
     CorvyValue value;
     value.kind = CORVY_BOOLEAN;
     value.as.boolean = flag;
@@ -166,14 +165,14 @@ static inline bool CorvySetBoolean(CorvyAttributes *attributes, const char *key,
 }
 
 /* Seconds since 1970-01-01T00:00:00Z. */
-static inline bool CorvySetDate(CorvyAttributes *attributes, const char *key, double seconds) {
+static inline bool CorvySetDate(CorvyAttributes* attributes, const char* key, double seconds) {
     CorvyValue value;
     value.kind = CORVY_DATE;
     value.as.real = seconds;
     return attributes->functions->set(attributes, key, &value);
 }
 
-static inline bool CorvySameUUID(const CorvyUUID *a, const CorvyUUID *b) {
+static inline bool CorvySameUUID(const CorvyUUID* a, const CorvyUUID* b) {
     return memcmp(a, b, sizeof *a) == 0;
 }
 
@@ -187,37 +186,37 @@ static inline bool CorvySameUUID(const CorvyUUID *a, const CorvyUUID *b) {
 /* Defines the factory `name` of an importer that is the function
  *     bool import(CorvyAttributes *attributes, const char *contentType, const char *path)
  * Once in a source file. */
-#define CORVY_IMPORTER(name, import)                                                               \
-    static uint32_t name##References = 0;                                                          \
-    static uint32_t name##AddRef(void *self) {                                                     \
-        (void)self;                                                                                \
-        return ++name##References;                                                                 \
-    }                                                                                              \
-    static uint32_t name##Release(void *self) {                                                    \
-        (void)self;                                                                                \
-        return name##References > 0 ? --name##References : 0;                                      \
-    }                                                                                              \
-    static int32_t name##Query(void *self, CorvyUUID interface, void **out) {                      \
-        const bool known = CorvySameUUID(&interface, &CORVY_IMPORTER_INTERFACE) ||                 \
-                           CorvySameUUID(&interface, &CORVY_UNKNOWN_INTERFACE);                    \
-        *out = known ? self : NULL;                                                                \
-        if (known) name##AddRef(self);                                                             \
-        return known ? 0 : (int32_t)0x80000004;                                                    \
-    }                                                                                              \
-    static bool name##Import(void *self, CorvyAttributes *attributes, const char *contentType,     \
-                             const char *path) {                                                   \
-        (void)self;                                                                                \
-        return import(attributes, contentType, path);                                              \
-    }                                                                                              \
-    static const CorvyImporterInterface name##Table = {NULL, name##Query, name##AddRef,            \
-                                                       name##Release, name##Import};               \
-    static const CorvyImporterInterface *const name##Instance = &name##Table;                      \
-    CORVY_EXTERN_C CORVY_EXPORT void *name(const void *allocator, const CorvyUUID *type);          \
-    CORVY_EXTERN_C CORVY_EXPORT void *name(const void *allocator, const CorvyUUID *type) {         \
-        (void)allocator;                                                                           \
-        if (!CorvySameUUID(type, &CORVY_IMPORTER_TYPE)) return NULL;                               \
-        ++name##References;                                                                        \
-        return (void *)&name##Instance;                                                            \
+#define CORVY_IMPORTER(name, import)                                                           \
+    static uint32_t name##References = 0;                                                      \
+    static uint32_t name##AddRef(void* self) {                                                 \
+        (void)self;                                                                            \
+        return ++name##References;                                                             \
+    }                                                                                          \
+    static uint32_t name##Release(void* self) {                                                \
+        (void)self;                                                                            \
+        return name##References > 0 ? --name##References : 0;                                  \
+    }                                                                                          \
+    static int32_t name##Query(void* self, CorvyUUID interface, void** out) {                  \
+        const bool known = CorvySameUUID(&interface, &CORVY_IMPORTER_INTERFACE) ||             \
+                           CorvySameUUID(&interface, &CORVY_UNKNOWN_INTERFACE);                \
+        *out = known ? self : NULL;                                                            \
+        if (known) name##AddRef(self);                                                         \
+        return known ? 0 : (int32_t)0x80000004;                                                \
+    }                                                                                          \
+    static bool name##Import(void* self, CorvyAttributes* attributes, const char* contentType, \
+                             const char* path) {                                               \
+        (void)self;                                                                            \
+        return import(attributes, contentType, path);                                          \
+    }                                                                                          \
+    static const CorvyImporterInterface name##Table = {NULL, name##Query, name##AddRef,        \
+                                                       name##Release, name##Import};           \
+    static const CorvyImporterInterface* const name##Instance = &name##Table;                  \
+    CORVY_EXTERN_C CORVY_EXPORT void* name(const void* allocator, const CorvyUUID* type);      \
+    CORVY_EXTERN_C CORVY_EXPORT void* name(const void* allocator, const CorvyUUID* type) {     \
+        (void)allocator;                                                                       \
+        if (!CorvySameUUID(type, &CORVY_IMPORTER_TYPE)) return NULL;                           \
+        ++name##References;                                                                    \
+        return (void*)&name##Instance;                                                         \
     }
 
 #endif
