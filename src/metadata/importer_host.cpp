@@ -11,20 +11,21 @@ namespace {
 constexpr std::uint64_t kMostOutput = std::uint64_t{512} << 20;      // bytes
 constexpr std::uint64_t kMostAddressSpace = std::uint64_t{2} << 30;  // bytes
 
-platform::WorkerRequest requestTo(const std::u16string& plugIn, const char* operation) {
+}  // namespace
+
+platform::WorkerRequest WorkerImporterHost::requestTo(const std::u16string& plugIn,
+                                                      const char* operation) const {
     platform::WorkerRequest request;
     request.family = importer_exchange::kFamily;
     request.subject = plugIn;
     request.operation = operation;
     request.arguments.set(importer_exchange::kPlugIn, plugIn);
     request.limits.addressSpace = kMostAddressSpace;
-    request.limits.cpuSeconds = kImporterTimeout;
-    request.limits.wallSeconds = kImporterTimeout;
+    request.limits.cpuSeconds = timeout_;
+    request.limits.wallSeconds = timeout_;
     request.limits.output = kMostOutput;
     return request;
 }
-
-}  // namespace
 
 bool WorkerImporterHost::offersInterface(const std::u16string& plugIn) {
     const auto answer = runWorker_(requestTo(plugIn, importer_exchange::kOffersInterface));

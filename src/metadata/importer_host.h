@@ -37,13 +37,17 @@ class WorkerImporterHost final : public ImporterHost {
 public:
     // Runs a worker's operation; the pool's `run`.
     using RunWorker = std::function<std::optional<PropertyList>(const platform::WorkerRequest&)>;
-    explicit WorkerImporterHost(RunWorker runWorker) : runWorker_(std::move(runWorker)) {}
+    explicit WorkerImporterHost(RunWorker runWorker, double timeout = kImporterTimeout)
+        : runWorker_(std::move(runWorker)), timeout_(timeout) {}
 
     bool offersInterface(const std::u16string& plugIn) override;
     std::optional<Dictionary> attributesOf(const ImporterCall& call) override;
 
 private:
+    platform::WorkerRequest requestTo(const std::u16string& plugIn, const char* operation) const;
+
     RunWorker runWorker_;
+    double timeout_;  // seconds
 };
 
 }  // namespace corvy

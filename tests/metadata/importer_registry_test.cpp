@@ -106,8 +106,12 @@ TEST_F(ImporterRegistryTest, ScansFoldersWhenTheToolListsNothing) {
         bool scans;
     };
     const Case cases[] = {
-        {"", true},           {"no list", true},          {"(\n)", true},
-        {"(\n \"/a\"", true}, {"(\n \"/gr\xC3\xBCn\"\n)", true}, {"\xFF (\n \"/a\"\n)", false},
+        {"", true},
+        {"no list", true},
+        {"(\n)", true},
+        {"(\n \"/a\"", true},
+        {"(\n \"/gr\xC3\xBCn\"\n)", true},
+        {"\xFF (\n \"/a\"\n)", false},
     };
     for (const Case& c : cases) {
         addTool(c.output);
@@ -140,7 +144,8 @@ TEST_F(ImporterRegistryTest, ReadsWhatImportersDeclare) {
             {CFBundleTypeRole = MDImporter; LSItemContentTypes = (public.e);} ); })");
     add("B.mdimporter", "{" + executable + "}");
     add("C.mdimporter", "{" + executable + "CFBundleDocumentTypes = ();}");
-    add("D.mdimporter", "{" + executable + "CFBundleDocumentTypes = ({CFBundleTypeRole = Viewer;});}");
+    add("D.mdimporter",
+        "{" + executable + "CFBundleDocumentTypes = ({CFBundleTypeRole = Viewer;});}");
     add("E.mdimporter", "{CFBundleExecutable = Other; CFBundleDocumentTypes = 1;}");
     add("_TagsMail.mdimporter", infoFor("public.f"));
     add("F.mdimporter", infoFor("public.f", "CFBundleIdentifier = org.tagsmail.importer;"));

@@ -103,8 +103,9 @@ TEST_F(ImporterWorkerTest, KeepsTheReferenceToTheInterfaceAlone) {
 }
 
 TEST_F(ImporterWorkerTest, PlugInsMayRegisterThemselves) {
-    EXPECT_TRUE(offers("CFPlugInDynamicRegistration = YES; "
-                       "CFPlugInDynamicRegisterFunction = RegisterUnruly;"));
+    EXPECT_TRUE(
+        offers("CFPlugInDynamicRegistration = YES; "
+               "CFPlugInDynamicRegisterFunction = RegisterUnruly;"));
     EXPECT_FALSE(offers("CFPlugInDynamicRegistration = YES;" + factoryEntries({"Counting"})));
 }
 
@@ -127,9 +128,9 @@ TEST_F(ImporterWorkerTest, TakesEveryKindOfValue) {
 }
 
 TEST_F(ImporterWorkerTest, ThrowingKeepsWhatWasSet) {
-    EXPECT_EQ(told(factoryEntries({"CorvyImporterFactory"}), "throw"),
-              (std::vector<PropertyList>{Dictionary(),
-                                         Dictionary{{u"kMDItemTitle", u"public.x"}}}));
+    EXPECT_EQ(
+        told(factoryEntries({"CorvyImporterFactory"}), "throw"),
+        (std::vector<PropertyList>{Dictionary(), Dictionary{{u"kMDItemTitle", u"public.x"}}}));
 }
 
 TEST(PlugIn, ReadsUUIDs) {
