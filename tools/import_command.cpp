@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "foundation/system_log.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
@@ -35,6 +36,7 @@ struct ImportOptions {
     double timeout = kTimeout;
     WalkOptions walk{.isPackage = isPackageName};
     ImportSettings settings;
+    bool noMetadata = false;
     bool noTexts = false;
     bool noThumbnails = false;
     bool resume = false;
@@ -177,6 +179,7 @@ int importCommand(int argc, char** argv) {
         ->type_name("N")
         ->capture_default_str();
     app.add_flag("--recursive", options.walk.recursive, "folders inside folders as well");
+    app.add_flag("--no-metadata", options.noMetadata, "ask no importers");
     app.add_flag("--no-text", options.noTexts, "no texts");
     app.add_flag("--no-thumbnails", options.noThumbnails, "no thumbnails (none are made yet)");
     app.add_option("--timeout", options.timeout, "seconds that a file may take")
@@ -196,7 +199,10 @@ int importCommand(int argc, char** argv) {
         "1 when a\nfile named here fails, or all do; 3 when no helper can be started; 130 "
         "when interrupted.");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    options.settings.metadata = !options.noMetadata;
     options.settings.texts = !options.noTexts;
+    // What the toolkit remarks on is for records; dates of feeds would flood the log.
+    setLogSink([](std::u16string_view) {});
     return Import(options).run();
 }
 

@@ -12,12 +12,16 @@
 #include <string_view>
 #include <utility>
 
+#include "feeds/feed.h"
+#include "feeds/feed_page.h"
 #include "foundation/text.h"
-#include "markup/markup_decoding.h"
+#include "markup/queries.h"
+#include "platform/content_type.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
 #include "tools/import/plain_text.h"
+#include "tools/markup/input.h"
 
 namespace corvy::tools {
 
@@ -26,6 +30,9 @@ namespace {
 // In bytes. Decoded text takes up to twice as much memory, and its record once more.
 constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
 constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
+
+// What feeds often are by their names.
+constexpr std::string_view kXmlType = "public.xml";
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -43,6 +50,11 @@ bool isBlank(std::u16string_view text) {
     return std::ranges::all_of(text, [](char16_t unit) {
         return unit <= u' ' || unit == u'\u00A0' || unit == u'\u2028' || unit == u'\u2029';
     });
+}
+
+void addTitle(std::u16string_view html, ImportRecord& record) {
+    std::u16string title = normalizedHtmlTitle(html);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
 }
 
 // The first bytes of a file; empty when it cannot be read.
@@ -68,13 +80,16 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             // Nothing to read.
         } else if (record.kind == "pdf") {
             stopped = !importPdf(file, number, record);
+        } else if (record.kind == "feed" || record.type == kXmlType) {
+            importXml(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
-        } else if (record.kind == "html" && settings_.texts) {
+        } else if (record.kind == "html") {
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
         }
+        if (!stopped && settings_.metadata) stopped = !addMetadata(file, number, record);
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
     }
@@ -99,6 +114,9 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     }
     if (file.modified.tv_sec != 0 || file.modified.tv_nsec != 0) record.modified = file.modified;
     if (!file.isFolder && file.error != "specialFile") record.size = file.size;
+    if (const auto type = platform::contentTypeOfFile(pathFromBytes(file.path))) {
+        record.type = toUtf8(*type);
+    }
     if (!file.error.empty() || file.isFolder) {
         if (record.kind.empty()) record.kind = kDataType.kind;
         return false;
@@ -110,11 +128,9 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     } else if (!named) {
         const std::string head = headOf(file.path);
         const FileType type = typeForHead(std::as_bytes(std::span(head)));
-        record.type = type.identifier;
         record.kind = type.kind;
     }
     if (record.kind.empty()) {
-        record.type = kDataType.identifier;
         record.kind = kDataType.kind;
     }
     return record.error.empty();
@@ -169,8 +185,39 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
         return true;
     }
     if (settings_.texts) addText(*std::move(text), number, record);
+    addTitle(stringOf(*entries, u"Source").value_or(u""), record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
     return true;
+}
+
+void FileImporter::importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const FileContents contents =
+        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+        return;
+    }
+    const auto feed = textOfSavedPage(contents.bytes);
+    if (feed && isFeed(*feed)) {
+        record.kind = "feed";
+        importFeed(*feed, number, record);
+    } else if (record.kind == "feed") {
+        record.error = "damaged";
+    } else if (settings_.texts) {
+        addText(plainText(contents.bytes.chars()), number, record);
+    }
+}
+
+void FileImporter::importFeed(std::u16string_view feed, std::uint64_t number,
+                              ImportRecord& record) {
+    const Array items = getItemsOfFeed(feed);
+    std::u16string title = titleOfFeed(feed);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
+    record.properties.set(u"ItemCount", static_cast<std::int64_t>(items.size()));
+    if (!settings_.texts) return;
+    addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
+                                             {.reformat = true, .onlyBody = true}),
+            number, record);
 }
 
 // The text that is searched: of the body, as in web archives.
@@ -181,7 +228,9 @@ void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, Impor
         record.error = errorOfReading(contents.error);
         return;
     }
-    const auto page = stringWithMarkupData(contents.bytes);
+    const auto page = textOfSavedPage(contents.bytes);
+    if (page) addTitle(*page, record);
+    if (!settings_.texts) return;
     if (page) {
         addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
                 number, record);
@@ -199,6 +248,26 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     } else {
         addText(plainText(contents.bytes.chars()), number, record);
     }
+}
+
+// What an importer tells; its text where there is no other. False when the helper was stopped.
+bool FileImporter::addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const bool isThere = file.error.empty() && record.error != "notReadable";
+    if (!isThere || record.error == "empty" || isPassing(record.error)) return true;
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("metaDataForFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    Dictionary* attributes = answer.value ? answer.value->dictionary() : nullptr;
+    if (!attributes) return true;
+    auto text = stringOf(*attributes, u"kMDItemTextContent");
+    attributes->remove(u"kMDItemTextContent");
+    record.metadata = std::move(*attributes);
+    if (settings_.texts && text && !isBlank(*text) && !record.text && record.error.empty()) {
+        addText(*std::move(text), number, record);
+    }
+    return true;
 }
 
 void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {

@@ -58,6 +58,7 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
         json.set(u"text", std::move(text));
     }
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
+    if (!record.metadata.empty()) json.set(u"metadata", std::move(record.metadata));
     if (record.pages) json.set(u"pages", *record.pages);
     json.set(u"seconds", std::round(record.seconds * 1000) / 1000);
     if (!record.error.empty()) json.set(u"error", asciiText(record.error));

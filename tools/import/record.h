@@ -19,12 +19,13 @@ struct RecordText {
 
 struct ImportRecord {
     std::string path = {};       // bytes
-    std::string_view type = {};  // uniform type identifier
+    std::string type = {};  // uniform type identifier
     std::string_view kind = {};
     std::optional<std::uint64_t> size = {};  // bytes
     std::optional<timespec> modified = {};
     std::optional<RecordText> text = {};
     Dictionary properties = {};
+    Dictionary metadata = {};  // what an importer tells, but for the text
     std::optional<std::int64_t> pages = {};
     double seconds = 0;  // that the file took; rounded to milliseconds
     std::string_view error = {};
