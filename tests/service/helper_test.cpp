@@ -251,6 +251,50 @@ TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
 }
 
+TEST(Helper, AsksImportersForMetadata) {
+    const test::TemporaryFolder folder;
+    std::filesystem::create_directories(folder.file("Library"));
+    std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers",
+                                    folder.file("Library/Spotlight"));
+    setenv("CORVYSTACK_ROOT", folder.file("").c_str(), 1);
+    const RuntimeFolder runtime;
+    const HelperProcess helper;
+    const auto proxy = HelperProcess::connect();
+    unsetenv("CORVYSTACK_ROOT");
+    const auto call = [&](const char* selector, const char* name) {
+        std::ofstream(folder.file(name)) << "x";
+        return proxy->call(selector, {PropertyList(fromUtf8(folder.file(name)))});
+    };
+    // The first bundle that declares the type dies while it is loaded, and is asked all the same.
+    const std::u16string type = u"dyn.ah62d4rv4ge81n5xwsz0hw";
+    EXPECT_EQ(call("supportsFile:", "a.unruly"), PropertyList(false));
+    EXPECT_EQ(call("metaDataForFile:", "a.unruly"), std::nullopt);
+    const std::string stillborn = folder.file("Library/Spotlight/Stillborn.mdimporter");
+    const Dictionary status = platform::statusOf(*proxy);
+    EXPECT_EQ(status.find(u"Importers")->array()->size(), 2U);
+    EXPECT_EQ(*status.find(u"ImporterTypes")->dictionary()->find(fromUtf8(stillborn)),
+              PropertyList(Array{type}));
+    EXPECT_TRUE(status.find(u"SkippedImporters")->dictionary()->empty());
+
+    setenv("CORVYSTACK_ROOT", folder.file("other").c_str(), 1);
+    std::filesystem::create_directories(folder.file("other/Library/Spotlight"));
+    std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers/Unruly.mdimporter",
+                                    folder.file("other/Library/Spotlight/U.mdimporter"));
+    const HelperProcess second("Second");
+    unsetenv("CORVYSTACK_ROOT");
+    const auto other = HelperProcess::connect("Second");
+    const PropertyList path(fromUtf8(folder.file("a.unruly")));
+    const PropertyList kinds(fromUtf8(folder.file("kinds.unruly")));
+    std::ofstream(folder.file("kinds.unruly")) << "x";
+    EXPECT_EQ(other->call("supportsFile:", {path}), PropertyList(true));
+    EXPECT_EQ(other->call("metaDataForFile:", {path}),
+              PropertyList(Dictionary{{u"kMDItemTitle", type}}));
+    const RemoteValue all = other->call("metaDataForFile:", {kinds});
+    ASSERT_TRUE(all && all->dictionary());
+    EXPECT_EQ(all->dictionary()->size(), 9U);
+    EXPECT_FALSE(all->dictionary()->contains(u"null"));
+}
+
 TEST(Helper, TellsTheServiceManagerThatItIsReady) {
     const RuntimeFolder folder;
     const std::string path = folder.path() + "/notify";
