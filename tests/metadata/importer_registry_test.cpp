@@ -8,7 +8,7 @@
 #include "foundation/text.h"
 #include "metadata/importer_tool.h"
 #include "tests/importers/bundle_builder.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -60,7 +60,7 @@ protected:
     }
 
     test::TemporaryFolder folder_;
-    std::string root_ = folder_.file("root");
+    std::string root_ = folder_.path("root");
     ImporterPlaces places_;
     std::string log_;
 };

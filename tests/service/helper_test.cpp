@@ -16,6 +16,7 @@
 #include "platform/property_list_writer.h"
 #include "tests/support/helper_process.h"
 #include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -253,39 +254,39 @@ TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
 
 TEST(Helper, AsksImportersForMetadata) {
     const test::TemporaryFolder folder;
-    std::filesystem::create_directories(folder.file("Library"));
+    std::filesystem::create_directories(folder.path("Library"));
     std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers",
-                                    folder.file("Library/Spotlight"));
-    setenv("CORVYSTACK_ROOT", folder.file("").c_str(), 1);
+                                    folder.path("Library/Spotlight"));
+    setenv("CORVYSTACK_ROOT", folder.path().c_str(), 1);
+    setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
     const RuntimeFolder runtime;
     const HelperProcess helper;
     const auto proxy = HelperProcess::connect();
     unsetenv("CORVYSTACK_ROOT");
     const auto call = [&](const char* selector, const char* name) {
-        std::ofstream(folder.file(name)) << "x";
-        return proxy->call(selector, {PropertyList(fromUtf8(folder.file(name)))});
+        return proxy->call(selector, {PropertyList(fromUtf8(folder.write(name, "x")))});
     };
     // The first bundle that declares the type dies while it is loaded, and is asked all the same.
     const std::u16string type = u"dyn.ah62d4rv4ge81n5xwsz0hw";
     EXPECT_EQ(call("supportsFile:", "a.unruly"), PropertyList(false));
     EXPECT_EQ(call("metaDataForFile:", "a.unruly"), std::nullopt);
-    const std::string stillborn = folder.file("Library/Spotlight/Stillborn.mdimporter");
+    const std::string stillborn = folder.path("Library/Spotlight/Stillborn.mdimporter");
     const Dictionary status = platform::statusOf(*proxy);
     EXPECT_EQ(status.find(u"Importers")->array()->size(), 2U);
     EXPECT_EQ(*status.find(u"ImporterTypes")->dictionary()->find(fromUtf8(stillborn)),
               PropertyList(Array{type}));
     EXPECT_TRUE(status.find(u"SkippedImporters")->dictionary()->empty());
 
-    setenv("CORVYSTACK_ROOT", folder.file("other").c_str(), 1);
-    std::filesystem::create_directories(folder.file("other/Library/Spotlight"));
+    setenv("CORVYSTACK_ROOT", folder.path("other").c_str(), 1);
+    std::filesystem::create_directories(folder.path("other/Library/Spotlight"));
     std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers/Unruly.mdimporter",
-                                    folder.file("other/Library/Spotlight/U.mdimporter"));
+                                    folder.path("other/Library/Spotlight/U.mdimporter"));
     const HelperProcess second("Second");
     unsetenv("CORVYSTACK_ROOT");
+    unsetenv("XDG_DATA_HOME");
     const auto other = HelperProcess::connect("Second");
-    const PropertyList path(fromUtf8(folder.file("a.unruly")));
-    const PropertyList kinds(fromUtf8(folder.file("kinds.unruly")));
-    std::ofstream(folder.file("kinds.unruly")) << "x";
+    const PropertyList path(fromUtf8(folder.path("a.unruly")));
+    const PropertyList kinds(fromUtf8(folder.write("kinds.unruly", "x")));
     EXPECT_EQ(other->call("supportsFile:", {path}), PropertyList(true));
     EXPECT_EQ(other->call("metaDataForFile:", {path}),
               PropertyList(Dictionary{{u"kMDItemTitle", type}}));
