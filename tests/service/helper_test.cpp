@@ -72,7 +72,9 @@ TEST_F(HelperTest, NilArgumentsGiveEachOperationsFailureValue) {
          {std::nullopt, zero, no, no, no},
          std::nullopt},
         {"attributed:stringWithPDF:", {no, std::nullopt}, std::nullopt},
-        {"posterImageForMovieWithFile:", {std::nullopt}, Dictionary()},
+        {"posterImageForMovieWithFile:",
+         {std::nullopt},
+         Dictionary{{u"Duration", 0.0}, {u"Size", u"{0, 0}"}}},
         {"attributedStringWithContentsOfFile:", {std::nullopt}, std::nullopt},
         {"searchableTextOfWebArchive:", {std::nullopt}, Dictionary()},
         {"writeRTFDData:toFile:", {std::nullopt, std::nullopt}, no},
@@ -213,7 +215,7 @@ TEST_F(HelperTest, StatusNamesVersionAndLibraries) {
     EXPECT_EQ(stringOf(status, u"Version"), fromUtf8(CORVY_VERSION));
     const PropertyList* libraries = status.find(u"Libraries");
     ASSERT_TRUE(libraries && libraries->dictionary());
-    for (const char16_t* name : {u"GLib", u"ICU", u"libsystemd", u"Poppler"}) {
+    for (const char16_t* name : {u"GLib", u"ICU", u"libsystemd", u"FFmpeg", u"Poppler"}) {
         EXPECT_TRUE(libraries->dictionary()->contains(name)) << toUtf8(name);
     }
 }

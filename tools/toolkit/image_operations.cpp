@@ -1,4 +1,5 @@
 #include "images/image_types.h"
+#include "images/movie_types.h"
 #include "tools/toolkit/operation.h"
 
 namespace corvy::tools {
@@ -24,6 +25,8 @@ constexpr Operation kOperations[] = {
     function<pathExtensionForType>("pathExtensionForType:"),
     function<extensionForData>("pathExtensionForData:"),
     function<pathExtensionForBitmapImageFileType>("pathExtensionForBitmapImageFileType:"),
+    function<isQuickTimeExtension>("isQuickTimeExtension:type:"),
+    function<isQuickTimeFile>("isQuickTimeFile:"),
     function<scale>("scale:forSize:"),
     function<thumb>("thumb:forSize:"),
 };
