@@ -14,7 +14,10 @@ struct ImporterPlaces {
     // What "~" stands for.
     std::u16string home = {};
 
-    std::u16string userSpotlight() const { return userLibrary + u"/Spotlight"; }
+    // Empty when there is no such folder.
+    std::u16string userSpotlight() const {
+        return userLibrary.empty() ? u"" : userLibrary + u"/Spotlight";
+    }
     std::u16string librarySpotlight() const { return root + u"/Library/Spotlight"; }
     std::u16string systemSpotlight() const { return root + u"/System/Library/Spotlight"; }
     std::u16string tool() const { return root + u"/usr/bin/mdimport"; }

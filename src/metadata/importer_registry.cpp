@@ -124,15 +124,17 @@ private:
             if (!listing.isText) return;
             if (!listing.paths.empty()) return order(std::move(listing.paths));
         }
+        Paths dynamic;
         for (const std::u16string& folder :
              {std::u16string(u"~/Applications"), places_.root + u"/Applications",
               places_.root + u"/Developer/Applications"}) {
-            loadPluginsFromApplicationsDirectory(paths(), folder, places_.home);
+            loadPluginsFromApplicationsDirectory(paths(), folder, places_.home, &dynamic);
         }
         for (const std::u16string& folder :
              {places_.userSpotlight(), places_.librarySpotlight(), places_.systemSpotlight()}) {
-            loadPluginsFromFolder(paths(), folder);
+            loadPluginsFromFolder(paths(), folder, &dynamic);
         }
+        for (const std::u16string& path : dynamic) skipDynamic(path);
     }
 
     // The user's importers first, then the machine's, then the system's, each group from its end to
@@ -144,9 +146,10 @@ private:
                 const auto candidate = candidates.begin() + static_cast<std::ptrdiff_t>(i - 1);
                 const bool isDynamic = registersDynamically(*candidate);
                 // kept: names that only begin like the folder's count as well.
-                if (!isDynamic && !candidate->starts_with(folder)) continue;
+                const bool isInside = !folder.empty() && candidate->starts_with(folder);
+                if (!isDynamic && !isInside) continue;
                 if (isDynamic) {
-                    registry_.skippedImporters[*candidate] = u"registers its factories itself";
+                    skipDynamic(*candidate);
                 } else {
                     paths().push_back(*candidate);
                 }
@@ -187,6 +190,7 @@ private:
         known.insert(known.end(), all->begin(), all->end());
     }
 
+    void skipDynamic(const std::u16string& path) { skip(path, u"registers its factories itself"); }
     void skip(const std::u16string& path, std::u16string reason) {
         registry_.skippedImporters[path] = std::move(reason);
     }
@@ -213,22 +217,28 @@ ImporterRegistry loadMDImporters(const ImporterPlaces& places) {
     return RegistryLoader(places).load();
 }
 
-void loadPluginsFromFolder(std::vector<std::u16string>& paths, std::u16string_view folder) {
+void loadPluginsFromFolder(std::vector<std::u16string>& paths, std::u16string_view folder,
+                           std::vector<std::u16string>* dynamic) {
     for (const std::u16string& name : namesIn(folder)) {
         if (!equalNoCase(pathExtension(name), u"mdimporter")) continue;
         std::u16string path = std::u16string(folder) + u"/" + name;
-        if (!registersDynamically(path)) paths.push_back(std::move(path));
+        if (!registersDynamically(path)) {
+            paths.push_back(std::move(path));
+        } else if (dynamic) {
+            dynamic->push_back(std::move(path));
+        }
     }
 }
 
 void loadPluginsFromApplicationsDirectory(std::vector<std::u16string>& paths,
-                                          std::u16string_view folder, std::u16string_view home) {
+                                          std::u16string_view folder, std::u16string_view home,
+                                          std::vector<std::u16string>* dynamic) {
     std::u16string expanded(folder);
     if (expanded == u"~" || expanded.starts_with(u"~/")) expanded.replace(0, 1, home);
     for (const std::u16string& name : namesIn(expanded)) {
         const std::u16string inside =
             std::u16string(folder) + u"/" + name + u"/Contents/Library/Spotlight";
-        if (isFolder(inside)) loadPluginsFromFolder(paths, inside);
+        if (isFolder(inside)) loadPluginsFromFolder(paths, inside, dynamic);
     }
 }
 

@@ -28,13 +28,15 @@ struct ImporterRegistry {
 // they declare. Throws std::system_error when the tool is there and cannot be started.
 ImporterRegistry loadMDImporters(const ImporterPlaces& places);
 
-// The importers in a folder, in the order of their names. Adds them to `paths`, unless their
-// factories are registered dynamically.
-void loadPluginsFromFolder(std::vector<std::u16string>& paths, std::u16string_view folder);
+// The importers in a folder, in the order of their names. Adds them to `paths`, but
+// to `dynamic`, if that is wanted, those whose factories are registered dynamically.
+void loadPluginsFromFolder(std::vector<std::u16string>& paths, std::u16string_view folder,
+                           std::vector<std::u16string>* dynamic = nullptr);
 // The same for the applications in a folder, whose name may begin with "~" for `home`.
 // kept: the folder's content is that of the expanded name, but importers are looked for below the
 // name as it stands, so that those below "~" are not found.
 void loadPluginsFromApplicationsDirectory(std::vector<std::u16string>& paths,
-                                          std::u16string_view folder, std::u16string_view home);
+                                          std::u16string_view folder, std::u16string_view home,
+                                          std::vector<std::u16string>* dynamic = nullptr);
 
 }  // namespace corvy

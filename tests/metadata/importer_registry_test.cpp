@@ -101,6 +101,7 @@ TEST_F(ImporterRegistryTest, ScansFoldersWhenTheToolListsNothing) {
         "/System/Library/Spotlight/Mail.mdimporter ";
     EXPECT_EQ(order(), scanned);
     EXPECT_EQ(log_, "");
+    EXPECT_TRUE(load().skippedImporters.contains(fromUtf8(in("/Library/Spotlight/D.mdimporter"))));
     struct Case {
         std::string_view output;
         bool scans;

@@ -14,6 +14,7 @@
 
 #include "foundation/text.h"
 #include "platform/property_list_writer.h"
+#include "tests/importers/bundle_builder.h"
 #include "tests/support/helper_process.h"
 #include "tests/support/processes.h"
 #include "tests/support/temporary_folder.h"
@@ -283,6 +284,9 @@ TEST(Helper, AsksImportersForMetadata) {
     std::filesystem::create_directories(folder.path("other/Library/Spotlight"));
     std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers/Unruly.mdimporter",
                                     folder.path("other/Library/Spotlight/U.mdimporter"));
+    test::writeBundle(
+        folder.path("other/Library/Spotlight/P.mdimporter"),
+        test::infoFor("com.adobe.pdf", test::factoryEntries({"CorvyImporterFactory"})));
     const HelperProcess second("Second");
     unsetenv("CORVYSTACK_ROOT");
     unsetenv("XDG_DATA_HOME");
@@ -296,6 +300,21 @@ TEST(Helper, AsksImportersForMetadata) {
     ASSERT_TRUE(all && all->dictionary());
     EXPECT_EQ(all->dictionary()->size(), 9U);
     EXPECT_FALSE(all->dictionary()->contains(u"null"));
+
+    // The text of a PDF comes from its importer, if that may be asked and tells one.
+    const auto textOfPdf = [&](const char* name, bool canUseSpotlight) {
+        const std::string file = folder.write(name, examplePdf("guide.pdf").chars());
+        const RemoteValue answer = other->call(
+            "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:"
+            "canUseSpotlight:",
+            {PropertyList(fromUtf8(file)), PropertyList(std::int64_t{0}), PropertyList(true),
+             PropertyList(true), PropertyList(canUseSpotlight)});
+        return toUtf8(stringOf(*answer->dictionary(), u"String").value_or(u"none"));
+    };
+    EXPECT_EQ(textOfPdf("text.pdf", true), "its text");
+    const std::string own = textOfPdf("text.pdf", false);
+    EXPECT_GT(own.size(), 100U);
+    EXPECT_EQ(textOfPdf("crash.pdf", true), own);
 }
 
 TEST(Helper, TellsTheServiceManagerThatItIsReady) {

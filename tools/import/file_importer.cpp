@@ -38,7 +38,7 @@ constexpr std::string_view kThumbnailOperation =
     "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
 constexpr std::int64_t kThumbnailSize = 256;  // pixels
 
-// What feeds often are by their names.
+// By their names, feeds are often some other XML.
 bool isXml(std::string_view type) {
     return platform::conformsTo(fromUtf8(type), u"public.xml");
 }
