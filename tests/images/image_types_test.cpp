@@ -184,6 +184,8 @@ TEST(ImageTypes, AsksForContentTypes) {
         types.type = type;
         EXPECT_EQ(isUTIImageFile(u"/a", types), isImage) << toUtf8(type);
     }
+    EXPECT_FALSE(isUTIImageFile(u"/dev/null", systemContentTypes()));
+    EXPECT_FALSE(isUTIImageFile(u"" CORVY_EXAMPLES "/guide.pdf", systemContentTypes()));
     types.type = u"public.png";
     EXPECT_FALSE(isUTIImageFile(u"", types) || isUTIImageFile(kNone, types));
 }
