@@ -3,6 +3,9 @@
 
 namespace corvy::tools {
 
+// search_commands.cpp
+int indexCommand(int argc, char** argv);
+int searchCommand(int argc, char** argv);
 // service_commands.cpp
 int serveCommand(int argc, char** argv);
 int statusCommand(int argc, char** argv);
@@ -26,6 +29,8 @@ int errorPageCommand(int argc, char** argv);
 int entitiesCommand(int argc, char** argv);
 int charsetCommand(int argc, char** argv);
 int toolkitCommand(int argc, char** argv);
+// feed_command.cpp
+int feedCommand(int argc, char** argv);
 // key_commands.cpp
 int dateCommand(int argc, char** argv);
 int urlCommand(int argc, char** argv);

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "foundation/system_log.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
@@ -197,6 +198,8 @@ int importCommand(int argc, char** argv) {
         "when interrupted.");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     options.settings.texts = !options.noTexts;
+    // What the toolkit remarks on is for records; dates of feeds would flood the log.
+    setLogSink([](std::u16string_view) {});
     return Import(options).run();
 }
 

@@ -1,10 +1,12 @@
 #include "tools/rtfd_package.h"
 
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::tools {
 
 namespace {
+
+using test::TemporaryFolder;
 
 std::string number(std::uint32_t value) {
     std::string bytes;

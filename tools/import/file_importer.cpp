@@ -12,12 +12,15 @@
 #include <string_view>
 #include <utility>
 
+#include "feeds/feed.h"
+#include "feeds/feed_page.h"
 #include "foundation/text.h"
-#include "markup/markup_decoding.h"
+#include "markup/queries.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
 #include "tools/import/plain_text.h"
+#include "tools/markup/input.h"
 
 namespace corvy::tools {
 
@@ -26,6 +29,9 @@ namespace {
 // In bytes. Decoded text takes up to twice as much memory, and its record once more.
 constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
 constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
+
+// What feeds often are by their names.
+constexpr std::string_view kXmlType = "public.xml";
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -43,6 +49,11 @@ bool isBlank(std::u16string_view text) {
     return std::ranges::all_of(text, [](char16_t unit) {
         return unit <= u' ' || unit == u'\u00A0' || unit == u'\u2028' || unit == u'\u2029';
     });
+}
+
+void addTitle(std::u16string_view html, ImportRecord& record) {
+    std::u16string title = normalizedHtmlTitle(html);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
 }
 
 // The first bytes of a file; empty when it cannot be read.
@@ -68,9 +79,11 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             // Nothing to read.
         } else if (record.kind == "pdf") {
             stopped = !importPdf(file, number, record);
+        } else if (record.kind == "feed" || record.type == kXmlType) {
+            importXml(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
-        } else if (record.kind == "html" && settings_.texts) {
+        } else if (record.kind == "html") {
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
@@ -169,8 +182,39 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
         return true;
     }
     if (settings_.texts) addText(*std::move(text), number, record);
+    addTitle(stringOf(*entries, u"Source").value_or(u""), record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
     return true;
+}
+
+void FileImporter::importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const FileContents contents =
+        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+        return;
+    }
+    const auto feed = textOfSavedPage(contents.bytes);
+    if (feed && isFeed(*feed)) {
+        record.kind = "feed";
+        importFeed(*feed, number, record);
+    } else if (record.kind == "feed") {
+        record.error = "damaged";
+    } else if (settings_.texts) {
+        addText(plainText(contents.bytes.chars()), number, record);
+    }
+}
+
+void FileImporter::importFeed(std::u16string_view feed, std::uint64_t number,
+                              ImportRecord& record) {
+    const Array items = getItemsOfFeed(feed);
+    std::u16string title = titleOfFeed(feed);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
+    record.properties.set(u"ItemCount", static_cast<std::int64_t>(items.size()));
+    if (!settings_.texts) return;
+    addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
+                                             {.reformat = true, .onlyBody = true}),
+            number, record);
 }
 
 // The text that is searched: of the body, as in web archives.
@@ -181,7 +225,9 @@ void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, Impor
         record.error = errorOfReading(contents.error);
         return;
     }
-    const auto page = stringWithMarkupData(contents.bytes);
+    const auto page = textOfSavedPage(contents.bytes);
+    if (page) addTitle(*page, record);
+    if (!settings_.texts) return;
     if (page) {
         addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
                 number, record);

@@ -35,6 +35,8 @@ private:
     bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void importFeed(std::u16string_view feed, std::uint64_t number, ImportRecord& record);
     void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
 

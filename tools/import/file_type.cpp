@@ -4,6 +4,8 @@
 #include <array>
 #include <string>
 
+#include "foundation/ascii_case.h"
+#include "foundation/character_tables.h"
 #include "foundation/text.h"
 
 namespace corvy::tools {
@@ -22,6 +24,37 @@ static_assert(std::ranges::is_sorted(kExtensions, {}, &KnownExtension::extension
 
 std::string_view charsOf(std::span<const std::byte> bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// A property list that names the main resource of a web archive.
+bool looksLikeWebArchive(std::string_view head) {
+    const bool isPropertyList = head.starts_with("bplist") || head.find("<plist") != head.npos;
+    return isPropertyList && head.find("WebMainResource") != head.npos;
+}
+
+// What stands behind the comments and XML declarations at the start.
+std::u16string_view behindProlog(std::u16string_view text) {
+    for (;;) {
+        text = trimWhite(text);
+        const std::u16string_view end = text.starts_with(u"<?")     ? u"?>"
+                                        : text.starts_with(u"<!--") ? u"-->"
+                                                                    : u"";
+        const std::size_t at = end.empty() ? text.npos : text.find(end);
+        if (at == text.npos) return text;
+        text.remove_prefix(at + end.size());
+    }
+}
+
+// A byte order mark counts as white space.
+bool looksLikeHtml(std::string_view head) {
+    const std::u16string units = fromUtf8(head);
+    const std::u16string_view text = behindProlog(units);
+    for (const std::u16string_view start : {u"<!doctype html", u"<html"}) {
+        if (!startsWithAsciiNoCase(text, start)) continue;
+        const std::u16string_view behind = text.substr(start.size());
+        if (behind.empty() || behind.front() == u'>' || isWhite(behind.front())) return true;
+    }
+    return false;
 }
 
 // UTF-8 without control characters that no text has. The head may end inside a character.
@@ -55,6 +88,8 @@ const FileType* typeForName(std::string_view name) {
 
 FileType typeForHead(std::span<const std::byte> head) {
     if (hasPdfSignature(head)) return {"com.adobe.pdf", "pdf"};
+    if (looksLikeWebArchive(charsOf(head))) return {"com.apple.webarchive", "webarchive"};
+    if (looksLikeHtml(charsOf(head))) return {"public.html", "html"};
     if (!head.empty() && looksLikeText(charsOf(head))) return {"public.plain-text", "text"};
     return kDataType;
 }

@@ -1,10 +1,11 @@
 #include "tools/import/record_output.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "tools/command.h"
 #include "tools/files.h"
 #include "tools/import/record.h"
+#include "tools/import/record_lines.h"
 
 namespace corvy::tools {
 
@@ -54,22 +56,10 @@ RecordOutput::~RecordOutput() {
 }
 
 void RecordOutput::readEarlier() {
-    struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, Closer> file(std::fopen(path_.c_str(), "re"));
-    if (!file && errno == ENOENT) return;
-    if (!file) throw std::runtime_error("cannot read " + path_ + ": " + reasonOf(errno));
-    char* buffer = nullptr;
-    std::size_t capacity = 0;
-    std::uintmax_t complete = 0;  // bytes of whole lines
-    ssize_t length = 0;
-    while ((length = ::getline(&buffer, &capacity, file.get())) > 0 && buffer[length - 1] == '\n') {
-        complete += static_cast<std::uintmax_t>(length);
-        note({buffer, static_cast<std::size_t>(length)});
-    }
-    std::free(buffer);
-    if (length > 0) std::filesystem::resize_file(path_, complete);
+    if (::access(path_.c_str(), F_OK) != 0 && errno == ENOENT) return;
+    RecordLines lines(path_);
+    while (const auto line = lines.next()) note(*line);
+    if (lines.wasCutOff()) std::filesystem::resize_file(path_, lines.length());
 }
 
 void RecordOutput::note(std::string_view line) {

@@ -13,6 +13,26 @@ const PropertyList* inObject(const PropertyList& json, std::u16string_view key) 
     return object && object->size() == 1 ? object->find(key) : nullptr;
 }
 
+// A value out of the objects that stand for it; none when an object stands for no value.
+std::optional<PropertyList> valueOf(const PropertyList& json) {
+    if (const Array* array = json.array()) {
+        Array values;
+        for (const PropertyList& element : *array) {
+            auto value = valueOf(element);
+            if (!value) return std::nullopt;
+            values.push_back(*std::move(value));
+        }
+        return values;
+    }
+    if (!json.dictionary()) return json;
+    if (Argument<Dictionary> dictionary; dictionary.read(json)) return dictionary.value();
+    if (Argument<Url> url; url.read(json)) return url.value();
+    if (Argument<Bytes> bytes; bytes.read(json)) return bytes.value();
+    const PropertyList* seconds = inObject(json, u"date");
+    const auto number = seconds ? seconds->number() : std::nullopt;
+    return number ? std::optional<PropertyList>(Date{*number}) : std::nullopt;
+}
+
 }  // namespace
 
 bool Argument<std::u16string_view>::read(const PropertyList& json) {
@@ -77,6 +97,27 @@ bool Argument<std::vector<std::u16string>>::read(const PropertyList& json) {
     for (const PropertyList& element : *json.array()) {
         if (!element.string()) return false;
         value_.push_back(*element.string());
+    }
+    return true;
+}
+
+bool Argument<Dictionary>::read(const PropertyList& json) {
+    const PropertyList* held = inObject(json, u"dict");
+    if (!held || !held->dictionary()) return false;
+    for (const auto& [key, element] : *held->dictionary()) {
+        auto value = valueOf(element);
+        if (!value) return false;
+        value_.set(key, *std::move(value));
+    }
+    return true;
+}
+
+bool Argument<Array>::read(const PropertyList& json) {
+    if (!json.array()) return false;
+    for (const PropertyList& element : *json.array()) {
+        Argument<Dictionary> dictionary;
+        if (!dictionary.read(element)) return false;
+        value_.emplace_back(dictionary.value());
     }
     return true;
 }

@@ -130,6 +130,29 @@ private:
     std::vector<std::u16string> value_;
 };
 
+// A dictionary in its object of one entry, {"dict": {...}}. What it holds is taken out of such
+// objects as well.
+template <>
+struct Argument<Dictionary> : RequiredArgument {
+    static constexpr const char* kName = "dictionary";
+    bool read(const PropertyList& json);
+    const Dictionary& value() const { return value_; }
+
+private:
+    Dictionary value_;
+};
+
+// A list of dictionaries.
+template <>
+struct Argument<Array> : RequiredArgument {
+    static constexpr const char* kName = "list of dictionaries";
+    bool read(const PropertyList& json);
+    const Array& value() const { return value_; }
+
+private:
+    Array value_;
+};
+
 template <typename T>
 constexpr const char* kOptionalName = nullptr;
 template <>
