@@ -95,7 +95,7 @@ std::u16string textOf(const char* path, const Package& package) {
         const auto place = places.find(toUtf8(entry->name));
         if (place == places.end()) continue;
         std::u16string& text = texts[place->second];
-        text = stringByConvertingHtml2PlainText(markupOf(*reader));
+        text = stringByConvertingHtml2PlainText(markupOf(*reader), {.onlyBody = true});
         length += text.size();
     }
     std::u16string whole;

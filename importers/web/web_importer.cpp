@@ -63,7 +63,8 @@ void importXml(Attributes& attributes, std::u16string_view source) {
 
 void importPage(Attributes& attributes, std::u16string_view source) {
     setPageAttributes(attributes, source);
-    attributes.setTextContent(trimWhite(stringByConvertingHtml2PlainText(source)));
+    attributes.setTextContent(
+        trimWhite(stringByConvertingHtml2PlainText(source, {.onlyBody = true})));
 }
 
 bool importArchive(Attributes& attributes, const Bytes& bytes) {
