@@ -65,10 +65,8 @@ void tell(Attributes& attributes, const PackageDocument& document) {
     attributes.set("kMDItemCopyright", first(document.rights));
     attributes.set("kMDItemIdentifier", first(document.identifiers));
     // Stores write markup into it.
-    if (!document.description.empty()) {
-        attributes.set("kMDItemDescription",
-                       stringByConvertingHtml2PlainText(document.description));
-    }
+    const std::u16string description = stringByConvertingHtml2PlainText(document.description);
+    attributes.set("kMDItemDescription", trimWhite(description));
     if (const auto created = date(document.date)) {
         attributes.set("kMDItemContentCreationDate", *created);
     }

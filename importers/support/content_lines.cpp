@@ -151,7 +151,7 @@ std::optional<ContentLine> ContentLineReader::next() {
         if (!line) continue;
         if (isQuotedPrintable(*line)) {
             // Such values have line breaks of their own kind, behind "=".
-            while (line->value.ends_with('=') && !rest_.empty()) {
+            while (line->value.ends_with('=')) {
                 line->value.pop_back();
                 const std::size_t room = kLongestContentLine - line->value.size();
                 line->value += takePhysicalLine().substr(0, room);
