@@ -62,22 +62,21 @@ std::pair<std::string, std::string> parameterOf(std::string_view text) {
 
 // None for what has no name or no value.
 std::optional<ContentLine> parsed(std::string_view line) {
-    const std::size_t colon = findUnquoted(line, ":");
-    if (colon == line.size()) return std::nullopt;
-    std::string_view head = line.substr(0, colon);
-    std::size_t end = findUnquoted(head, ";");
-    std::string_view name = head.substr(0, end);
-    name.remove_prefix(std::min(name.rfind('.') + 1, name.size()));
+    std::size_t end = std::min(line.find_first_of(":;"), line.size());
+    std::string_view name = line.substr(0, end);
+    name.remove_prefix(name.rfind('.') + 1);
     if (name.empty()) return std::nullopt;
 
     ContentLine found;
     found.name = upperCased(name);
-    while (end < head.size() && found.parameters.size() < kMostParameters) {
-        head.remove_prefix(end + 1);
-        end = findUnquoted(head, ";");
-        found.parameters.push_back(parameterOf(head.substr(0, end)));
+    while (end < line.size() && line[end] == ';') {
+        line.remove_prefix(end + 1);
+        end = findUnquoted(line, ":;");
+        if (found.parameters.size() == kMostParameters) continue;
+        found.parameters.push_back(parameterOf(line.substr(0, end)));
     }
-    found.value = line.substr(colon + 1);
+    if (end == line.size()) return std::nullopt;
+    found.value = line.substr(end + 1);
     return found;
 }
 
