@@ -71,8 +71,8 @@ public:
         attributes.set("kMDItemKeywords", keywords_.texts());
         if (revised_) attributes.set("kMDItemContentModificationDate", *revised_);
         attributes.set(own_keys::kItemCount, cards_);
-        attributes.setTextContent(trimWhite(text_));
         if (cards_ == 1) tellCard(attributes, last_);
+        attributes.setTextContent(trimWhite(text_));
     }
 
 private:

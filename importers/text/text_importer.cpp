@@ -28,11 +28,11 @@ bool importText(CorvyAttributes* out, const char*, const char* path) {
     if (!bytes) return false;
     const Decoded file = decodedText(bytes->chars(), bytes->size() == kMostBytes);
     Attributes attributes(out);
-    attributes.setTextContent(file.text);
     attributes.set(own_keys::kTextEncoding, fromUtf8(nameOfEncoding(file.encoding)));
     attributes.set(own_keys::kLineCount, numberOfLines(file.text));
     attributes.set(own_keys::kWordCount, static_cast<std::int64_t>(numberOfWordsOfCharacters(
                                              file.text, file.text.size())));
+    attributes.setTextContent(file.text);
     return true;
 }
 
