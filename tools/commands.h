@@ -18,10 +18,14 @@ int callCommand(int argc, char** argv);
 int importCommand(int argc, char** argv);
 // pdf_commands.cpp
 int pdfCommand(int argc, char** argv);
+// thumbnail_command.cpp
+int thumbnailCommand(int argc, char** argv);
 // web_archive_command.cpp
 int webArchiveCommand(int argc, char** argv);
 // html_commands.cpp
 int htmlCommand(int argc, char** argv);
+// poster_command.cpp
+int posterCommand(int argc, char** argv);
 // plain_text_commands.cpp
 int textCommand(int argc, char** argv);
 int errorPageCommand(int argc, char** argv);

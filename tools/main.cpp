@@ -28,6 +28,8 @@ constexpr Command kCommands[] = {
     {"index", "make records searchable", indexCommand},
     {"search", "find files by their text", searchCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
+    {"thumbnail", "a small picture of an image, PDF or PostScript file", thumbnailCommand},
+    {"poster", "a frame of a movie, or the cover of a sound", posterCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"metadata", "what an importer tells of a file", metadataCommand},
     {"supports", "whether an importer reads a file's type", supportsCommand},

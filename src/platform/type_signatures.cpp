@@ -181,7 +181,7 @@ std::u16string_view typeOfZipEntries(std::string_view head) {
             if (contains(head, part.name)) return part.type;
         }
     }
-    if (contains(head, "AndroidManifest.xml")) return u"org.corvystack.package-archive";
+    if (contains(head, "AndroidManifest.xml")) return u"com.android.package-archive";
     return contains(head, "META-INF/MANIFEST.MF") ? u"com.sun.java-archive" : kZip;
 }
 

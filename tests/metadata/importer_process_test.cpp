@@ -6,7 +6,7 @@
 #include "foundation/text.h"
 #include "metadata/importer_host.h"
 #include "tests/importers/bundle_builder.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -60,7 +60,7 @@ TEST_F(ImporterProcessTest, WhatCannotBeLoadedGivesNothing) {
     // More plug-ins than are kept at once.
     const test::TemporaryFolder folder;
     for (int i = 0; i < 30; ++i) {
-        const std::string path = folder.file(std::to_string(i));
+        const std::string path = folder.path(std::to_string(i));
         test::writeBundle(path, test::infoFor("x", test::factoryEntries({"Counting"})));
         EXPECT_TRUE(host(5).offersInterface(fromUtf8(path)));
     }

@@ -8,7 +8,7 @@
 #include "foundation/text.h"
 #include "metadata/importer_tool.h"
 #include "tests/importers/bundle_builder.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -60,7 +60,7 @@ protected:
     }
 
     test::TemporaryFolder folder_;
-    std::string root_ = folder_.file("root");
+    std::string root_ = folder_.path("root");
     ImporterPlaces places_;
     std::string log_;
 };
@@ -174,8 +174,10 @@ TEST_F(ImporterRegistryTest, FoldersOfEveryKindAreBorne) {
     test::writeFile(in("/Library/Spotlight"), "a file");
     std::filesystem::create_directories(in("/System/Library"));
     std::filesystem::create_symlink("Spotlight", in("/System/Library/Spotlight"));
-    for (int i = 0; i < 1000; ++i) {
-        addBundle("/user/Spotlight/" + std::to_string(i) + ".mdimporter", infoFor("public.x"));
+    addBundle("/user/Spotlight/0.mdimporter", infoFor("public.x"));
+    for (int i = 1; i < 1000; ++i) {
+        std::filesystem::create_symlink("0.mdimporter",
+                                        in("/user/Spotlight/" + std::to_string(i) + ".mdimporter"));
     }
     const ImporterRegistry registry = load();
     EXPECT_EQ(registry.MDImporterArray.size(), 1000U);

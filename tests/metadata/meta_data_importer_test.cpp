@@ -6,7 +6,7 @@
 #include "foundation/text.h"
 #include "metadata/fallback_texts.h"
 #include "tests/importers/bundle_builder.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -59,12 +59,12 @@ protected:
     }
 
     std::u16string file(const std::string& name, std::string_view content) const {
-        writeFile(folder_.file(name), content);
-        return fromUtf8(folder_.file(name));
+        writeFile(folder_.path(name), content);
+        return fromUtf8(folder_.path(name));
     }
 
     test::TemporaryFolder folder_;
-    std::string root_ = folder_.file("root");
+    std::string root_ = folder_.path("root");
     std::string bundle_ = root_ + "/Library/Spotlight/A.mdimporter";
     FakeHost* host_ = nullptr;
     std::optional<MetaDataImporter> importer_;
@@ -140,24 +140,24 @@ TEST_F(MetaDataImporterTest, OutlinesHaveTextWithoutTheirImporter) {
     };
     for (const Case& c : cases) {
         file(std::string(c.name) + "/contents.xml", c.contents);
-        const auto found = importer_->textContentOfFileAtPath(fromUtf8(folder_.file(c.name)));
+        const auto found = importer_->textContentOfFileAtPath(fromUtf8(folder_.path(c.name)));
         EXPECT_EQ(toUtf8(trimWhite(found.value_or(u"none"))), toUtf8(c.text.value_or(u"none")))
             << c.name;
     }
-    const std::u16string plain = fromUtf8(folder_.file("plain.oo3"));
+    const std::u16string plain = fromUtf8(folder_.path("plain.oo3"));
     host_->answer = Dictionary{{u"k", u"told"}};
     EXPECT_EQ(importer_->metaDataOfFileAtPath(plain), host_->answer);
     host_->answer = Dictionary();
     EXPECT_EQ(importer_->metaDataOfFileAtPath(plain)->begin()->key, u"kMDItemTextContent");
-    EXPECT_EQ(importer_->metaDataOfFileAtPath(fromUtf8(folder_.file("raw.oo3"))), Dictionary());
+    EXPECT_EQ(importer_->metaDataOfFileAtPath(fromUtf8(folder_.path("raw.oo3"))), Dictionary());
     host_->answer.reset();
-    EXPECT_FALSE(importer_->metaDataOfFileAtPath(fromUtf8(folder_.file("missing.oo3"))));
+    EXPECT_FALSE(importer_->metaDataOfFileAtPath(fromUtf8(folder_.path("missing.oo3"))));
     EXPECT_FALSE(importer_->metaDataOfFileAtPath(file("file.oo3", outline)));
 }
 
 TEST_F(MetaDataImporterTest, TranscriptsHaveTextWhenThereIsOne) {
     file("a.chatlog/other.txt", "");
-    const std::u16string chat = fromUtf8(folder_.file("a.chatlog"));
+    const std::u16string chat = fromUtf8(folder_.path("a.chatlog"));
     EXPECT_FALSE(importer_->metaDataOfFileAtPath(chat));
     file("a.chatlog/Log.XML", "<chat><message>one  &lt;two&gt;</message></chat>");
     EXPECT_EQ(importer_->textContentOfFileAtPath(chat), u"one  <two>");

@@ -9,6 +9,7 @@
 #include "platform/property_list_writer.h"
 #include "tests/importers/bundle_builder.h"
 #include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::platform {
 namespace {
@@ -18,7 +19,7 @@ using test::writeFile;
 
 TEST(Bundle, ReadsItsInfoInEveryForm) {
     const test::TemporaryFolder folder;
-    const std::string path = folder.file("A.mdimporter");
+    const std::string path = folder.path("A.mdimporter");
     const auto infoOf = [&](std::string_view content) {
         writeFile(path + "/Contents/Info.plist", content);
         return Bundle::open(pathFromBytes(path)).value().info();
@@ -36,12 +37,12 @@ TEST(Bundle, ReadsItsInfoInEveryForm) {
         EXPECT_TRUE(infoOf(broken).empty()) << broken.substr(0, 20);
     }
     EXPECT_FALSE(Bundle::open(pathFromBytes(path + "/Contents/Info.plist")));
-    EXPECT_FALSE(Bundle::open(pathFromBytes(folder.file("missing"))));
+    EXPECT_FALSE(Bundle::open(pathFromBytes(folder.path("missing"))));
 }
 
 TEST(Bundle, ReadsFlagsAndTheExecutablesName) {
     const test::TemporaryFolder folder;
-    const std::string path = folder.file("A.b.mdimporter");
+    const std::string path = folder.path("A.b.mdimporter");
     writeFile(path + "/Contents/Info.plist",
               "{a=YES; b=NO; c=\" -007\"; d=0; e=\"\"; f=true; g=0x; h=\"00y\"; i=(YES);}");
     const Bundle bundle = Bundle::open(pathFromBytes(path)).value();
@@ -88,7 +89,7 @@ TEST(Bundle, PreflightTellsWhatCannotBeLoaded) {
         {"empty", "", Outcome::notLoadable},
     };
     const test::TemporaryFolder folder;
-    const std::string bundle = folder.file("A.mdimporter");
+    const std::string bundle = folder.path("A.mdimporter");
     const SharedLibraries libraries = SharedLibraries::ofThisMachine();
     const auto preflight = [&] {
         return Bundle::open(pathFromBytes(bundle))->preflight(libraries);

@@ -10,7 +10,7 @@
 
 #include "foundation/text.h"
 #include "platform/type_identifier.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::platform {
 namespace {
@@ -163,14 +163,13 @@ TEST(ContentType, BelievesNamesUnlessTheBytesSpeakAgainstThem) {
     };
     const test::TemporaryFolder folder;
     for (const Case& c : cases) {
-        std::ofstream(folder.file(c.name), std::ios::binary) << c.bytes;
-        EXPECT_EQ(typeOfFile(folder.file(c.name)), c.type) << c.name;
+        EXPECT_EQ(typeOfFile(folder.write(c.name, c.bytes)), c.type) << c.name;
     }
 }
 
 TEST(ContentType, FollowsWhatTheFileSystemTells) {
     const test::TemporaryFolder folder;
-    const auto path = [&](const char* name) { return folder.file(name); };
+    const auto path = [&](const char* name) { return folder.path(name); };
     for (const char* name : {"a.rtfd", "b.folder", "c.pdf"}) {
         std::filesystem::create_directory(path(name));
     }

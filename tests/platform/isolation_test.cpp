@@ -368,6 +368,17 @@ TEST_F(Isolation, RunsTheContextWhileItWaits) {
     nested.order.push_back("outer");
     EXPECT_EQ(nested.order, (std::vector<std::string>{"inner", "outer"}));
 
+    // Only as long as the request says so; later ones wait for its end.
+    nested.order.clear();
+    bool goesOn = true;
+    outer.runsContextWhile = [&] { return std::exchange(goesOn, false); };
+    g_timeout_add(100, serveOther, &nested);
+    EXPECT_EQ(pool_->run(outer), PropertyList());
+    nested.order.push_back("outer");
+    while (nested.order.size() < 2) g_main_context_iteration(nullptr, TRUE);
+    EXPECT_EQ(nested.order, (std::vector<std::string>{"outer", "inner"}));
+    outer.runsContextWhile = nullptr;
+
     // A result that came in time counts, even if the thread was busy past the deadline.
     outer.arguments.set(u"milliseconds", std::int64_t{1});
     outer.limits.wallSeconds = 1;

@@ -7,7 +7,7 @@
 #include "metadata/importer_exchange.h"
 #include "platform/plugin_host.h"
 #include "tests/importers/bundle_builder.h"
-#include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -24,7 +24,7 @@ protected:
     };
 
     Dictionary argumentsFor(std::string_view more, const char* name = "x") {
-        const std::string bundle = folder_.file(std::to_string(++bundles_));
+        const std::string bundle = folder_.path(std::to_string(++bundles_));
         test::writeBundle(bundle, test::infoFor("x", more));
         return {{importer_exchange::kPlugIn, fromUtf8(bundle)},
                 {importer_exchange::kContentType, u"public.x"},

@@ -15,7 +15,7 @@ class FileImporterTest : public testing::Test {
 protected:
     // The record of a file with these contents, by a helper that answers as told.
     ImportRecord imported(const std::string& name, std::string_view contents, RemoteValue answer,
-                          ImportSettings settings = {}) {
+                          ImportSettings settings = {.metadata = false}) {
         HelperSlot slot(
             [&]() -> std::unique_ptr<OwnedHelper> {
                 auto helper = std::make_unique<FakeHelper>();
@@ -31,7 +31,15 @@ protected:
             },
             1);
         Walk walk({folder_.write(name, contents)}, {.isPackage = isPackageName});
-        return FileImporter(slot, settings).import(*walk.next(), 7).value();
+        return FileImporter(slot, settings,
+                            [](const Bytes& tiff, const std::string& path) {
+                                // As long as a PNG's header, with 3 x 2 pixels in it.
+                                std::ofstream(path)
+                                    << tiff.chars() << std::string("\0\0\0\3\0\0\0\2", 8);
+                                return true;
+                            })
+            .import(*walk.next(), 7)
+            .value();
     }
 
     TemporaryFolder folder_;
@@ -77,7 +85,8 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
         {"page.rss", "<html><rss>", std::nullopt, "feed", "damaged"},
         {"textless.html", "<img src=a><script>x</script>", std::nullopt, "html", "noText"},
         {"blank.txt", " \r\n", std::nullopt, "text", "noText"},
-        {"picture.png", "\x89PNG", std::nullopt, "image", ""},
+        {"picture.png", "\x89PNG", std::nullopt, "image", "damaged"},
+        {"picture", "\x89PNG\r\n\x1A\n", std::nullopt, "image", "damaged"},
         {"data", "\x01\x02", std::nullopt, "other", ""},
     };
     for (const Case& c : cases) {
@@ -88,6 +97,20 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
     }
 }
 
+TEST_F(FileImporterTest, AddsWhatImportersTell) {
+    const PropertyList told(Dictionary{{u"kMDItemTextContent", u"told"}, {u"kMDItemTitle", u"T"}});
+    const Dictionary metadata{{u"kMDItemTitle", u"T"}};
+    ImportRecord record = imported("a.txt", "own", told, {});
+    EXPECT_EQ(record.text->string, u"own");
+    EXPECT_EQ(record.metadata, metadata);
+    record = imported("a.mid", "MThd\1", told, {});
+    EXPECT_EQ(record.text->string, u"told");
+    EXPECT_EQ(record.metadata, metadata);
+    EXPECT_FALSE(imported("b.mid", "MThd\1", told, {.texts = false}).text);
+    EXPECT_TRUE(imported("empty.mid", "", told, {}).metadata.empty());
+    EXPECT_EQ(imported("photo.jpg", "\x89PNG\r\n\x1A\n", std::nullopt, {}).type, "public.png");
+}
+
 TEST_F(FileImporterTest, TakesWhatTheWebArchiveGives) {
     const PropertyList answer(Dictionary{
         {u"String", u"\n\nText"}, {u"Source", u"<title>T</title>Text"}, {u"URL", u"http://a/"}});
@@ -96,9 +119,36 @@ TEST_F(FileImporterTest, TakesWhatTheWebArchiveGives) {
     EXPECT_EQ(record.text->string, u"\n\nText");
     EXPECT_EQ(record.properties, (Dictionary{{u"Title", u"T"}, {u"URL", u"http://a/"}}));
 
-    record = imported("a.webarchive", "bplist00", answer, {.texts = false});
+    record = imported("a.webarchive", "bplist00", answer, {.texts = false, .metadata = false});
     EXPECT_FALSE(record.text);
     EXPECT_EQ(record.properties.size(), 2U);
+}
+
+TEST_F(FileImporterTest, TakesWhatTheMovieGives) {
+    const auto answer = [](float seconds, const char16_t* size) {
+        return Dictionary{{u"Duration", seconds}, {u"Size", size}};
+    };
+    Dictionary movie = answer(2.5F, u"{640, 480}");
+    movie.set(u"Thumbnail", Bytes::copyOf("sixteen of bytes"));
+    const std::string out = folder_.path("out");
+    std::filesystem::create_directories(out + "/thumbnails");
+    ImportRecord record = imported("a.mov", "moov", PropertyList(movie), {.outFolder = out});
+    EXPECT_EQ(record.error, "");
+    EXPECT_EQ(record.kind, "movie");
+    EXPECT_EQ(record.duration, 2.5F);
+    EXPECT_EQ(record.properties, (Dictionary{{u"Size", u"{640, 480}"}}));
+    ASSERT_TRUE(record.thumbnail);
+    EXPECT_EQ(record.thumbnail->file, "thumbnails/000007.png");
+    EXPECT_EQ(record.thumbnail->width, 3);
+    EXPECT_EQ(record.thumbnail->height, 2);
+    const ImportSettings without{.outFolder = out, .thumbnails = false};
+    EXPECT_FALSE(imported("a.mov", "moov", PropertyList(movie), without).thumbnail);
+    EXPECT_FALSE(imported("a.mov", "moov", PropertyList(movie)).thumbnail);
+
+    record = imported("a.mp3", "ID3", PropertyList(answer(3, u"{0, 0}")));
+    EXPECT_EQ(record.error, "");
+    EXPECT_TRUE(record.properties.empty());
+    EXPECT_EQ(imported("a.mp4", "?", PropertyList(answer(0, u"{0, 0}"))).error, "damaged");
 }
 
 TEST_F(FileImporterTest, ReadsHtmlByItsCharset) {

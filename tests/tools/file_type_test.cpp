@@ -18,8 +18,8 @@ TEST(FileType, KnowsExtensions) {
     static constexpr Case cases[] = {
         {"a.pdf", "com.adobe.pdf", "pdf"},
         {"folder.txt/A.PDF", "com.adobe.pdf", "pdf"},
-        {"a.aac", "public.aac-audio", "sound"},  // first of the table
-        {"a.yml", "public.yaml", "text"},        // last
+        {"a.3g2", "public.3gpp2", "movie"},  // first of the table
+        {"a.yml", "public.yaml", "text"},    // last
         {"a.tar.md", "net.daringfireball.markdown", "text"},
         {"memo.rtfd/", "com.apple.rtfd", "richtext"},
         {"pdf", "", ""},
@@ -42,6 +42,10 @@ TEST(FileType, LooksAtTheFirstBytes) {
     // A character that the end of the head cuts in two.
     std::string cut(kHeadLength, 'x');
     cut.back() = '\xC3';
+    std::string stream(kHeadLength, '\0');
+    for (std::size_t at = 0; at < stream.size(); at += 188) stream[at] = 'G';
+    std::string odd = stream;
+    odd[188] = 'g';
     struct Case {
         std::string_view head, kind;
     };
@@ -61,6 +65,8 @@ TEST(FileType, LooksAtTheFirstBytes) {
         {"# Read me\n\tplease\r\n", "text"},
         {"na\xC3\xAFve", "text"},
         {cut, "text"},
+        {stream, "movie"},
+        {odd, "other"},
         {"whole, but cut \xC3", "other"},
         {"na\xEFve", "other"},
         {"zero\0"sv, "other"},

@@ -14,8 +14,12 @@
 
 #include "feeds/feed.h"
 #include "feeds/feed_page.h"
+#include "foundation/big_endian.h"
+#include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "markup/queries.h"
+#include "platform/content_type.h"
+#include "platform/type_identifier.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
@@ -30,8 +34,14 @@ namespace {
 constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
 constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
 
+constexpr std::string_view kThumbnailOperation =
+    "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
+constexpr std::int64_t kThumbnailSize = 256;  // pixels
+
 // What feeds often are by their names.
-constexpr std::string_view kXmlType = "public.xml";
+bool isXml(std::string_view type) {
+    return platform::conformsTo(fromUtf8(type), u"public.xml");
+}
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -68,6 +78,14 @@ std::string headOf(const std::string& path) {
     return head;
 }
 
+// Of an output file, such as "text/000007.txt".
+std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
+    char name[60];
+    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
+                  static_cast<unsigned long long>(number), extension);
+    return name;
+}
+
 }  // namespace
 
 std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
@@ -79,7 +97,9 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             // Nothing to read.
         } else if (record.kind == "pdf") {
             stopped = !importPdf(file, number, record);
-        } else if (record.kind == "feed" || record.type == kXmlType) {
+        } else if (record.kind == "image") {
+            stopped = !importImage(file, number, record);
+        } else if (record.kind == "feed" || (record.kind == "text" && isXml(record.type))) {
             importXml(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
@@ -87,7 +107,10 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
+        } else if (record.kind == "movie" || record.kind == "sound") {
+            stopped = !importMovie(file, number, record);
         }
+        if (!stopped && settings_.metadata) stopped = !addMetadata(file, number, record);
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
     }
@@ -112,6 +135,9 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     }
     if (file.modified.tv_sec != 0 || file.modified.tv_nsec != 0) record.modified = file.modified;
     if (!file.isFolder && file.error != "specialFile") record.size = file.size;
+    if (const auto type = platform::contentTypeOfFile(pathFromBytes(file.path))) {
+        record.type = toUtf8(*type);
+    }
     if (!file.error.empty() || file.isFolder) {
         if (record.kind.empty()) record.kind = kDataType.kind;
         return false;
@@ -123,11 +149,9 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     } else if (!named) {
         const std::string head = headOf(file.path);
         const FileType type = typeForHead(std::as_bytes(std::span(head)));
-        record.type = type.identifier;
         record.kind = type.kind;
     }
     if (record.kind.empty()) {
-        record.type = kDataType.identifier;
         record.kind = kDataType.kind;
     }
     return record.error.empty();
@@ -161,6 +185,42 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     }
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
+    // A page that cannot be drawn is no fault of the record.
+    const HelperSlot::Answer picture = callForThumbnail(file);
+    const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
+    const PropertyList* thumbnail = drawn ? drawn->find(u"Thumbnail") : nullptr;
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    return !picture.stopped;
+}
+
+HelperSlot::Answer FileImporter::callForThumbnail(const FoundFile& file) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    return helper_.call(kThumbnailOperation,
+                        {PropertyList(pathFromBytes(path)), PropertyList(kThumbnailSize),
+                         PropertyList(false), PropertyList(false), PropertyList(false)});
+}
+
+// False when the helper was stopped.
+bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    HelperSlot::Answer answer = callForThumbnail(file);
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    if (entries == nullptr) {
+        record.error = "damaged";
+        return true;
+    }
+    const PropertyList* thumbnail = entries->find(u"Thumbnail");
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    entries->remove(u"Thumbnail");
+    // Those of pixels have their properties in a dictionary, drawings have their sizes beside.
+    PropertyList* properties = entries->find(u"Properties");
+    record.properties = properties != nullptr && properties->dictionary() != nullptr
+                            ? std::move(*properties->dictionary())
+                            : std::move(*entries);
     return true;
 }
 
@@ -184,6 +244,30 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
     if (settings_.texts) addText(*std::move(text), number, record);
     addTitle(stringOf(*entries, u"Source").value_or(u""), record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
+    return true;
+}
+
+// False when the helper was stopped.
+bool FileImporter::importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("posterImageForMovieWithFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    const PropertyList* duration = entries ? entries->find(u"Duration") : nullptr;
+    const PropertyList* thumbnail = entries ? entries->find(u"Thumbnail") : nullptr;
+    const auto size = entries ? sizeFromString(stringOf(*entries, u"Size").value_or(u"")) : Size();
+    const double seconds = duration ? duration->number().value_or(0) : 0;
+    const bool hasSize = size && *size != Size();
+    // What is no movie at all has nothing but zeros.
+    if (seconds == 0 && !hasSize && !thumbnail) record.error = "damaged";
+    if (seconds > 0) record.duration = static_cast<float>(seconds);
+    if (hasSize) record.properties.set(u"Size", sizeString(*size));
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
     return true;
 }
 
@@ -247,6 +331,44 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     }
 }
 
+// What an importer tells; its text where there is no other. False when the helper was stopped.
+bool FileImporter::addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const bool isThere = file.error.empty() && record.error != "notReadable";
+    if (!isThere || record.error == "empty" || isPassing(record.error)) return true;
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("metaDataForFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    Dictionary* attributes = answer.value ? answer.value->dictionary() : nullptr;
+    if (!attributes) return true;
+    auto text = stringOf(*attributes, u"kMDItemTextContent");
+    attributes->remove(u"kMDItemTextContent");
+    record.metadata = std::move(*attributes);
+    if (settings_.texts && text && !isBlank(*text) && !record.text && record.error.empty()) {
+        addText(*std::move(text), number, record);
+    }
+    return true;
+}
+
+void FileImporter::addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record) {
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return;
+    RecordThumbnail entry{.file = numberedName("thumbnails", number, "png")};
+    const std::string path = settings_.outFolder + "/" + entry.file;
+    if (!writePicture_(tiff, path)) {
+        record.error = "notWritable";
+        return;
+    }
+    // Width and height stand first in every PNG.
+    constexpr std::size_t kSizes = 16;
+    const std::string head = headOf(path);
+    if (head.size() < kSizes + 8) return;
+    const auto bytes = std::as_bytes(std::span(head));
+    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
+    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
+    record.thumbnail = std::move(entry);
+}
+
 void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {
     if (isBlank(text)) {
         record.error = "noText";
@@ -255,9 +377,7 @@ void FileImporter::addText(std::u16string text, std::uint64_t number, ImportReco
     RecordText entry;
     entry.length = text.size();
     if (!settings_.outFolder.empty()) {
-        char name[40];
-        std::snprintf(name, sizeof name, "text/%06llu.txt",
-                      static_cast<unsigned long long>(number));
+        const std::string name = numberedName("text", number, "txt");
         if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
             entry.file = name;
         } else {

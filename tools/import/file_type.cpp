@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <vector>
 
 #include "foundation/ascii_case.h"
 #include "foundation/character_tables.h"
 #include "foundation/text.h"
+#include "platform/image_formats.h"
+#include "platform/image_signature.h"
 
 namespace corvy::tools {
 
@@ -70,6 +73,51 @@ bool looksLikeText(std::string_view head) {
     return false;
 }
 
+// Packets of 188 bytes, each with the same first byte. By the name alone such a file could as well
+// be a program's source.
+bool isTransportStream(std::string_view head) {
+    constexpr std::size_t kPacket = 188;
+    constexpr std::size_t kLeast = 4;
+    if (head.size() < kPacket * kLeast) return false;
+    for (std::size_t at = 0; at < head.size(); at += kPacket) {
+        if (head[at] != 'G') return false;
+    }
+    return true;
+}
+
+// Every picture that the helper opens, in the order of platform::imageFormats().
+const std::vector<FileType>& pictureTypes() {
+    static const std::vector<std::string> identifiers = [] {
+        std::vector<std::string> out;
+        for (const platform::ImageFormatEntry& entry : platform::imageFormats()) {
+            const std::u16string_view all = entry.typeIdentifiers;
+            out.push_back(all.empty() ? "public.image" : toUtf8(all.substr(0, all.find(u' '))));
+        }
+        return out;
+    }();
+    static const std::vector<FileType> types = [] {
+        std::vector<FileType> out;
+        for (const std::string& identifier : identifiers) out.push_back({identifier, "image"});
+        return out;
+    }();
+    return types;
+}
+
+const FileType& pictureType(platform::ImageFormat format) {
+    const auto index = &platform::entryOf(format) - platform::imageFormats().data();
+    return pictureTypes()[static_cast<std::size_t>(index)];
+}
+
+// Null when no picture has that extension.
+const FileType* pictureTypeFor(std::string_view extension) {
+    const std::u16string wanted = u' ' + fromUtf8(extension) + u' ';
+    for (const platform::ImageFormatEntry& entry : platform::imageFormats()) {
+        const std::u16string all = u' ' + std::u16string(entry.extensions) + u' ';
+        if (all.find(wanted) != std::u16string::npos) return &pictureType(entry.format);
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 const FileType* typeForName(std::string_view name) {
@@ -83,11 +131,15 @@ const FileType* typeForName(std::string_view name) {
     }
     const auto* found =
         std::ranges::lower_bound(kExtensions, extension, {}, &KnownExtension::extension);
-    return found != std::end(kExtensions) && found->extension == extension ? &found->type : nullptr;
+    if (found != std::end(kExtensions) && found->extension == extension) return &found->type;
+    return pictureTypeFor(extension);
 }
 
 FileType typeForHead(std::span<const std::byte> head) {
     if (hasPdfSignature(head)) return {"com.adobe.pdf", "pdf"};
+    const platform::ImageFormat format = platform::imageFormatOf(head);
+    if (format != platform::ImageFormat::unknown) return pictureType(format);
+    if (isTransportStream(charsOf(head))) return {"public.mpeg-2-transport-stream", "movie"};
     if (looksLikeWebArchive(charsOf(head))) return {"com.apple.webarchive", "webarchive"};
     if (looksLikeHtml(charsOf(head))) return {"public.html", "html"};
     if (!head.empty() && looksLikeText(charsOf(head))) return {"public.plain-text", "text"};

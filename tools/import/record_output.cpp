@@ -29,14 +29,12 @@ std::string stateOf(std::optional<std::int64_t> size, std::u16string_view modifi
     return (size ? std::to_string(*size) : std::string()) + " " + toUtf8(modified);
 }
 
-// The number in "text/NUMBER.txt", 0 for any other name.
-std::uint64_t numberOfTextFile(std::u16string_view name) {
-    constexpr std::string_view kStart = "text/";
+// The number in "FOLDER/NUMBER.txt" or the like, 0 for any other name.
+std::uint64_t numberOfFile(std::u16string_view name) {
     const std::string text = toUtf8(name);
+    const std::size_t start = text.find('/') + 1;
     std::uint64_t number = 0;
-    if (text.starts_with(kStart)) {
-        std::from_chars(text.data() + kStart.size(), text.data() + text.size(), number);
-    }
+    if (start != 0) std::from_chars(text.data() + start, text.data() + text.size(), number);
     return number;
 }
 
@@ -44,7 +42,9 @@ std::uint64_t numberOfTextFile(std::u16string_view name) {
 
 RecordOutput::RecordOutput(std::string folder, bool resume) {
     if (folder.empty()) return;
-    if (const int error = makeFolder(folder + "/text")) fail(folder, error);
+    for (const char* inside : {"/text", "/thumbnails"}) {
+        if (const int error = makeFolder(folder + inside)) fail(folder, error);
+    }
     path_ = std::move(folder) + "/records.jsonl";
     if (resume) readEarlier();
     file_ = std::fopen(path_.c_str(), resume ? "ae" : "we");
@@ -67,9 +67,11 @@ void RecordOutput::note(std::string_view line) {
     const auto json = propertyListOfJson(line);
     const Dictionary* record = json ? json->dictionary() : nullptr;
     if (!record) return;
-    if (const PropertyList* text = record->find(u"text"); text && text->dictionary()) {
-        const auto name = stringOf(*text->dictionary(), u"file").value_or(u"");
-        firstNumber_ = std::max(firstNumber_, numberOfTextFile(name) + 1);
+    for (const char16_t* key : {u"text", u"thumbnail"}) {
+        const PropertyList* entry = record->find(key);
+        if (!entry || !entry->dictionary()) continue;
+        const auto name = stringOf(*entry->dictionary(), u"file").value_or(u"");
+        firstNumber_ = std::max(firstNumber_, numberOfFile(name) + 1);
     }
     const auto path = bytesOfPath(stringOf(*record, u"path").value_or(u""));
     if (!path) return;

@@ -23,7 +23,7 @@ OperationIndex indexOfOperations() {
           strippingOperations, plainTextOperations, errorPageOperations, webArchiveOperations,
           articleOperations, characterOperations, characterSetOperations, addressOperations,
           urlSimplificationOperations, dateOperations, resourceForkOperations, feedOperations,
-          settingOperations}) {
+          imageOperations, settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;

@@ -52,6 +52,22 @@ bool Argument<std::int64_t>::read(const PropertyList& json) {
     return value.has_value();
 }
 
+bool Argument<double>::read(const PropertyList& json) {
+    const auto value = json.number();
+    value_ = value.value_or(0);
+    return value.has_value();
+}
+
+bool Argument<Size>::read(const PropertyList& json) {
+    const PropertyList* held = inObject(json, u"size");
+    const Array* pair = held ? held->array() : nullptr;
+    if (!pair || pair->size() != 2) return false;
+    const auto width = (*pair)[0].number();
+    const auto height = (*pair)[1].number();
+    value_ = {width.value_or(0), height.value_or(0)};
+    return width && height;
+}
+
 bool Argument<char16_t>::read(const PropertyList& json) {
     const auto value = json.integer();
     if (!value || *value < 0 || *value > 0xFFFF) return false;
@@ -125,6 +141,10 @@ bool Argument<Array>::read(const PropertyList& json) {
 PropertyList resultOf(Range value) {
     return Dictionary{{u"range", Array{static_cast<std::int64_t>(value.location),
                                        static_cast<std::int64_t>(value.length)}}};
+}
+
+PropertyList resultOf(Size value) {
+    return Dictionary{{u"size", Array{value.width, value.height}}};
 }
 
 PropertyList resultOf(Encoding value) {
