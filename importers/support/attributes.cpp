@@ -91,6 +91,11 @@ void Attributes::set(const char* key, const PropertyList& value) {
     attributes_->functions->set(attributes_, key, &laidOut);
 }
 
+void Attributes::setTextContent(std::u16string_view text) {
+    const bool cutsPair = text.size() > kMostText && (text[kMostText] & 0xFC00) == 0xDC00;
+    set("kMDItemTextContent", text.substr(0, cutsPair ? kMostText - 1 : kMostText));
+}
+
 void Attributes::set(const char* key, const std::vector<std::u16string>& texts) {
     set(key, Array(texts.begin(), texts.end()));
 }

@@ -13,4 +13,7 @@ namespace corvy::platform {
 // read. Does not wait for the other end of a pipe.
 std::optional<Bytes> contentsOfFile(std::u16string_view path, std::uint64_t longest);
 
+// The same, but of a longer file its first `most` bytes.
+std::optional<Bytes> beginningOfFile(std::u16string_view path, std::uint64_t most);
+
 }  // namespace corvy::platform

@@ -167,8 +167,9 @@ std::u16string_view typeOfZipEntries(std::string_view head) {
          u"org.oasis-open.opendocument.graphics"},
     };
     constexpr std::size_t kFirstName = 30;
+    const std::string_view names = head.substr(std::min(kFirstName, head.size()));
     for (const Entry& entry : kEntries) {
-        if (head.substr(kFirstName).starts_with(entry.name)) return entry.type;
+        if (names.starts_with(entry.name)) return entry.type;
     }
     constexpr Entry kParts[] = {
         {"word/", u"org.openxmlformats.wordprocessingml.document"},
