@@ -10,6 +10,8 @@ int searchCommand(int argc, char** argv);
 int serveCommand(int argc, char** argv);
 int statusCommand(int argc, char** argv);
 int importersCommand(int argc, char** argv);
+int metadataCommand(int argc, char** argv);
+int supportsCommand(int argc, char** argv);
 // call_command.cpp
 int callCommand(int argc, char** argv);
 // import_command.cpp

@@ -37,6 +37,7 @@ struct ImportOptions {
     double timeout = kTimeout;
     WalkOptions walk{.isPackage = isPackageName};
     ImportSettings settings;
+    bool noMetadata = false;
     bool noTexts = false;
     bool noThumbnails = false;
     bool resume = false;
@@ -183,6 +184,7 @@ int importCommand(int argc, char** argv) {
         ->type_name("N")
         ->capture_default_str();
     app.add_flag("--recursive", options.walk.recursive, "folders inside folders as well");
+    app.add_flag("--no-metadata", options.noMetadata, "ask no importers");
     app.add_flag("--no-text", options.noTexts, "no texts");
     app.add_flag("--no-thumbnails", options.noThumbnails,
                  "no thumbnails; without --out there are none");
@@ -203,6 +205,7 @@ int importCommand(int argc, char** argv) {
         "1 when a\nfile named here fails, or all do; 3 when no helper can be started; 130 "
         "when interrupted.");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    options.settings.metadata = !options.noMetadata;
     options.settings.texts = !options.noTexts;
     options.settings.thumbnails = !options.noThumbnails;
     // What the toolkit remarks on is for records; dates of feeds would flood the log.

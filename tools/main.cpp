@@ -31,6 +31,8 @@ constexpr Command kCommands[] = {
     {"thumbnail", "a small picture of an image, PDF or PostScript file", thumbnailCommand},
     {"poster", "a frame of a movie, or the cover of a sound", posterCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
+    {"metadata", "what an importer tells of a file", metadataCommand},
+    {"supports", "whether an importer reads a file's type", supportsCommand},
     {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
     {"feed", "items of a feed, or the feed as a page", feedCommand},

@@ -17,6 +17,7 @@
 #include "tools/helper_access.h"
 #include "tools/import/record.h"
 #include "tools/rtfd_package.h"
+#include "tools/table.h"
 
 namespace corvy::tools {
 
@@ -78,15 +79,6 @@ int pdfText(const PdfOptions& options) {
     return kDone;
 }
 
-std::string shown(const PropertyList& value) {
-    if (const std::u16string* text = value.string()) return toUtf8(*text);
-    if (const Date* date = value.date()) {
-        const auto seconds = static_cast<std::time_t>(std::floor(date->seconds));
-        return timeText({.tv_sec = seconds, .tv_nsec = 0}).replace(19, 4, "");
-    }
-    return jsonOf(value, {.plainDictionaries = true});
-}
-
 int pdfInfo(const PdfOptions& options) {
     auto answer = convert(options, false);
     if (!answer) return kFailed;
@@ -95,13 +87,7 @@ int pdfInfo(const PdfOptions& options) {
         print(jsonOf(*answer, {.pretty = options.pretty, .plainDictionaries = true}) + "\n");
         return kDone;
     }
-    std::size_t width = 0;
-    for (const auto& [key, value] : *answer) width = std::max(width, toUtf8(key).size());
-    for (const auto& [key, value] : *answer) {
-        std::string name = toUtf8(key) + ":";
-        name.resize(width + 2, ' ');
-        print(name + shown(value) + "\n");
-    }
+    print(tableOf(*answer));
     return kDone;
 }
 

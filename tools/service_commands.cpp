@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <csignal>
 #include <string>
+#include <vector>
 
 #include "client/helper_connection.h"
 #include "client/im_export.h"
@@ -60,6 +61,51 @@ std::string readable(const Dictionary& status) {
     return out;
 }
 
+struct KnownImporter {
+    std::u16string path;
+    Array types = {};
+    std::u16string skipped = {};  // why it is not asked; empty for those that are
+};
+
+const Dictionary& dictionaryIn(const Dictionary& status, std::u16string_view key) {
+    static const Dictionary none;
+    const PropertyList* value = status.find(key);
+    return value && value->dictionary() ? *value->dictionary() : none;
+}
+
+// In the order of the registry; those that it does not hold at all come last.
+std::vector<KnownImporter> importersOf(const Dictionary& status, bool withSkipped) {
+    Dictionary skipped = dictionaryIn(status, u"SkippedImporters");
+    std::vector<KnownImporter> importers;
+    const PropertyList* paths = status.find(u"Importers");
+    for (const PropertyList& path : paths && paths->array() ? *paths->array() : Array()) {
+        if (!path.string()) continue;
+        KnownImporter importer{*path.string()};
+        const PropertyList* types = dictionaryIn(status, u"ImporterTypes").find(importer.path);
+        if (types && types->array()) importer.types = *types->array();
+        importer.skipped = stringOf(skipped, importer.path).value_or(u"");
+        skipped.remove(importer.path);
+        if (importer.skipped.empty() || withSkipped) importers.push_back(std::move(importer));
+    }
+    for (const auto& [path, reason] : withSkipped ? skipped : Dictionary()) {
+        importers.push_back({path, {}, reason.string() ? *reason.string() : std::u16string()});
+    }
+    return importers;
+}
+
+PropertyList jsonFormOf(const KnownImporter& importer) {
+    Dictionary form{{u"path", importer.path}, {u"types", importer.types}};
+    if (!importer.skipped.empty()) form.set(u"skipped", importer.skipped);
+    return form;
+}
+
+std::string readable(const KnownImporter& importer) {
+    std::string text = toUtf8(importer.path) + "\n";
+    if (!importer.skipped.empty()) text += "  skipped: " + toUtf8(importer.skipped) + "\n";
+    for (const PropertyList& type : importer.types) text += "  " + textOf(type) + "\n";
+    return text;
+}
+
 }  // namespace
 
 int serveCommand(int argc, char** argv) {
@@ -110,24 +156,28 @@ int statusCommand(int argc, char** argv) {
 
 int importersCommand(int argc, char** argv) {
     CLI::App app(
-        "Lists the metadata importers of the service, in the order in which they are "
-        "asked.",
+        "Lists the metadata importers of the service, in the order in which they are asked, and "
+        "the "
+        "types that each reads.",
         "corvystack importers");
     StatusStyle style;
+    bool verbose = false;
     addTo(app, style);
+    app.add_flag("--verbose", verbose, "also those that are not asked, and why");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
 
     HelperAccess helper(Launching::ifNeeded);
-    const Dictionary status = platform::statusOf(helper.proxy());
-    const PropertyList* importers = status.find(u"Importers");
-    const Array none, *list = importers && importers->array() ? importers->array() : &none;
+    const std::vector<KnownImporter> importers =
+        importersOf(platform::statusOf(helper.proxy()), verbose);
     if (style.json || style.pretty) {
-        print(jsonOf(*list, {.pretty = style.pretty, .plainDictionaries = true}) + "\n");
+        Array list;
+        for (const KnownImporter& importer : importers) list.push_back(jsonFormOf(importer));
+        print(jsonOf(list, {.pretty = style.pretty, .plainDictionaries = true}) + "\n");
     } else {
-        for (const PropertyList& importer : *list) print(textOf(importer) + "\n");
-        if (list->empty()) complain("the service has no importers");
+        for (const KnownImporter& importer : importers) print(readable(importer));
+        if (importers.empty()) complain("the service has no importers");
     }
-    return list->empty() ? kFailed : kDone;
+    return importers.empty() ? kFailed : kDone;
 }
 
 }  // namespace corvy::tools

@@ -89,7 +89,7 @@ bool isOfService(std::u16string_view relation) {
 
 void readLinkTarget(const TagCall& call, FeedContext& feed) {
     if (!isEmpty(feed.link) || isOfService(attributeViewOfTag(call, u"REL"))) return;
-    feed.link = GetFeedContent(attributeViewOfTag(call, u"HREF"), FeedEntities::standard);
+    feed.link = stringByConvertingStandardEntitiesToCharacters(attributeViewOfTag(call, u"HREF"));
 }
 
 // kept: only the tag at hand is asked whether it is a permanent link. An end tag never says no.
@@ -102,10 +102,10 @@ void readGuid(const TagCall& call, FeedContext& feed) {
 void readCategory(const TagCall& call, FeedContext& feed) {
     const std::u16string_view term = attributeViewOfTag(call, u"TERM");
     std::optional<std::u16string> tag;
-    if (term.empty()) {
+    if (term.empty() || feed.pendingSection) {
         assign(feed, tag, call.text(), FeedEntities::all);
     } else {
-        assign(feed, tag, term, FeedEntities::standard);
+        tag = stringByConvertingStandardEntitiesToCharacters(term);
     }
     if (tag) feed.tags.emplace_back(*std::move(tag));
 }
@@ -235,7 +235,6 @@ void readClosedTag(const TagCall& call, FeedTag tag, FeedContext& feed) {
         case FeedTag::summary: assign(feed, feed.description, text, kAll); break;
         case FeedTag::description:
             assign(feed, feed.description, textFrom(feed.descriptionStart, call), kAll);
-            feed.descriptionStart = kNotFound;
             break;
         case FeedTag::content:
             assign(feed, feed.content, textFrom(feed.contentStart, call), kAll);

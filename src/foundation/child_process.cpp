@@ -60,6 +60,10 @@ public:
                       "posix_spawn_file_actions_addopen");
             }
         }
+        if (setup.standardError >= 0) {
+            check(posix_spawn_file_actions_adddup2(&actions_, setup.standardError, STDERR_FILENO),
+                  "posix_spawn_file_actions_adddup2");
+        }
         check(posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1),
               "posix_spawn_file_actions_addclosefrom_np");
     }

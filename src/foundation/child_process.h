@@ -20,6 +20,7 @@ struct ChildSetup {
     std::vector<std::string> arguments = {};
     std::map<std::string, std::string> environment = {};  // added to that of this process
     bool discardsOutput = false;  // standard output and error go to the null device
+    int standardError = -1;       // a descriptor that becomes the child's standard error
     bool ownGroup = false;        // keys typed at the terminal, such as Ctrl-C, do not reach it
 };
 

@@ -12,7 +12,9 @@
 #include "foundation/resource_fork.h"
 #include "foundation/text.h"
 #include "foundation/url.h"
+#include "platform/content_type.h"
 #include "platform/image_formats.h"
+#include "platform/type_identifier.h"
 
 namespace corvy {
 
@@ -188,6 +190,19 @@ std::u16string pathToPDF(std::u16string_view path) {
     if (std::filesystem::exists(filePath(inside), error)) return inside;
     const auto first = firstPDFIn(path);
     return first ? bundle + u"/" + *first : bundle;
+}
+
+const ContentTypes& systemContentTypes() {
+    struct SystemTypes final : ContentTypes {
+        std::optional<std::u16string> contentTypeOfFile(std::u16string_view path) const override {
+            return platform::contentTypeOfFile(path);
+        }
+        bool conforms(std::u16string_view identifier, std::u16string_view to) const override {
+            return platform::conformsTo(identifier, to);
+        }
+    };
+    static const SystemTypes types;
+    return types;
 }
 
 bool isUTIImageFile(OptionalText path, const ContentTypes& types) {

@@ -53,6 +53,8 @@ public:
     virtual std::optional<std::u16string> contentTypeOfFile(std::u16string_view path) const = 0;
     virtual bool conforms(std::u16string_view identifier, std::u16string_view to) const = 0;
 };
+// Those of this system: see platform/content_type.h.
+const ContentTypes& systemContentTypes();
 // Whether the file's content type conforms to one of the types that are decoded as images.
 bool isUTIImageFile(OptionalText path, const ContentTypes& types);
 

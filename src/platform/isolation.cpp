@@ -15,6 +15,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <list>
 #include <random>
 #include <string_view>
 #include <tuple>
@@ -36,6 +37,8 @@ using std::chrono::milliseconds;
 constexpr std::string_view kBindAtStart = "LD_BIND_NOW=1";
 // How long a program may take to kill a child, or to end, before it is killed itself.
 constexpr milliseconds kConfirmTime{1000};
+// How many programs with a subject are kept.
+constexpr std::size_t kMostSubjects = 24;
 // How long a program may take to start its libraries.
 constexpr std::chrono::seconds kStartTime{30};
 // How long the main context is run before its request is asked whether to go on.
@@ -130,9 +133,11 @@ std::string newTemporaryFolder() {
 
 struct Program {
     std::string path;
+    std::string subject;
     bool network = false;
     bool operator<(const Program& other) const {
-        return std::tie(path, network) < std::tie(other.path, other.network);
+        return std::tie(path, subject, network) <
+               std::tie(other.path, other.subject, other.network);
     }
 };
 
@@ -141,11 +146,13 @@ struct Program {
 pid_t spawnProgram(const Program& program, std::string temporaryFolder, int control) {
     std::string name = program.path;
     std::string mode(program.network ? kServeWithNetwork : kServe);
+    std::string subject = program.subject;
     std::string binding(kBindAtStart);
     std::vector<char*> environment;
     for (char** entry = environ; *entry; ++entry) environment.push_back(*entry);
     environment.insert(environment.end(), {binding.data(), nullptr});
-    const std::array<char*, 4> arguments{name.data(), mode.data(), temporaryFolder.data(), nullptr};
+    const std::array<char*, 5> arguments{name.data(), mode.data(), temporaryFolder.data(),
+                                         subject.data(), nullptr};
 
     posix_spawn_file_actions_t files;
     posix_spawnattr_t attributes;
@@ -375,19 +382,39 @@ struct WorkerPool::State {
     std::string folder;
     std::map<Program, std::shared_ptr<Worker>> workers;
 
+    // Of programs with a subject, the one that was used last at the end.
+    std::list<Program> recent;
+
     // The living process of a program, or null.
     std::shared_ptr<Worker> running(const Program& program) {
         const auto found = workers.find(program);
         if (found == workers.end()) return nullptr;
-        if (!found->second->isGone()) return found->second;
+        if (!found->second->isGone()) {
+            noteUse(program);
+            return found->second;
+        }
         workers.erase(found);
         return nullptr;
     }
 
     std::shared_ptr<Worker> spawned(const Program& program) {
         auto worker = Worker::spawned(program);
-        if (worker) workers[program] = worker;
+        if (worker) {
+            workers[program] = worker;
+            noteUse(program);
+        }
         return worker;
+    }
+
+    // Operations that still run on a program keep it until they are over.
+    void noteUse(const Program& program) {
+        if (program.subject.empty()) return;
+        recent.remove_if(
+            [&program](const Program& other) { return !(program < other) && !(other < program); });
+        recent.push_back(program);
+        if (recent.size() <= kMostSubjects) return;
+        workers.erase(recent.front());
+        recent.pop_front();
     }
 
     void drop(const Program& program, const std::shared_ptr<Worker>& worker) {
@@ -404,7 +431,9 @@ WorkerPool::~WorkerPool() = default;
 
 std::optional<PropertyList> WorkerPool::run(const WorkerRequest& request) {
     const Clock::time_point deadline = after(request.limits.wallSeconds);
-    const Program program{state_->folder + "/corvystack-worker-" + request.family,
+    const auto subject = bytesOfPath(request.subject);
+    if (!subject) return std::nullopt;
+    const Program program{state_->folder + "/corvystack-worker-" + request.family, *subject,
                           request.limits.network};
     auto worker = state_->running(program);
     bool isFresh = false;

@@ -30,6 +30,9 @@ struct WorkerLimits {
 
 struct WorkerRequest {
     std::string family;
+    // What the program is to have prepared for, such as a plug-in that it has loaded; may be empty.
+    // Each subject has a program of its own; the least used give way to new ones.
+    std::u16string subject;
     std::string operation;
     Dictionary arguments;
     WorkerLimits limits;

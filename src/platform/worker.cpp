@@ -252,7 +252,18 @@ private:
     std::map<std::uint64_t, Child> children_;
 };
 
-int serve(const WorkerFamily& family, bool network, const char* temporaryFolder) {
+void prepare(const WorkerFamily& family, const char* subject) {
+    if (!family.prepare || !*subject) return;
+    const PreparationLimits limits;
+    try {
+        family.prepare(pathFromBytes(subject));
+    } catch (...) {
+        // Operations find out for themselves what does not work.
+    }
+}
+
+// The folder for temporary files, then the subject.
+int serve(const WorkerFamily& family, bool network, char** arguments) {
     if (!confineProgram(network)) return EXIT_FAILURE;
     ::unsetenv("LD_BIND_NOW");  // it was meant for us; what operations start is used but once
     // Errors of writing, not ends: a subprocess that left early, a file beyond its limit.
@@ -267,15 +278,16 @@ int serve(const WorkerFamily& family, bool network, const char* temporaryFolder)
     } catch (...) {
         return EXIT_FAILURE;
     }
-    return Server(family, temporaryFolder).serve();
+    prepare(family, arguments[1]);
+    return Server(family, arguments[0]).serve();
 }
 
 }  // namespace
 
 int workerMain(const WorkerFamily& family, int argc, char** argv) {
     const std::string_view mode = argc > 1 ? argv[1] : "";
-    if (argc == 3 && (mode == kServe || mode == kServeWithNetwork)) {
-        return serve(family, mode == kServeWithNetwork, argv[2]);
+    if (argc == 4 && (mode == kServe || mode == kServeWithNetwork)) {
+        return serve(family, mode == kServeWithNetwork, argv + 2);
     }
     return runWorkerOnce(family, argc, argv);
 }

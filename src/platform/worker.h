@@ -32,6 +32,10 @@ struct WorkerFamily {
     std::string name;
     std::map<std::string, std::string> libraries;  // name to version, for the status
     std::function<void()> initialise;              // once, before the first fork; may be empty
+    // After that, for programs that have a subject; may be empty. It runs under limits like those
+    // of operations and may fail in any way: operations get their chance all the same, unless it
+    // ended the program.
+    std::function<void(const std::u16string& subject)> prepare = {};
     std::map<std::string, WorkerOperation> operations;
 };
 

@@ -16,7 +16,7 @@
 
 namespace corvy::platform {
 
-// How a pool starts a program; the folder for temporary files follows.
+// How a pool starts a program; the folder for temporary files and the subject follow.
 inline constexpr std::string_view kServe = "--serve";
 inline constexpr std::string_view kServeWithNetwork = "--serve-with-network";
 // The control socket of a program that was started by a pool.

@@ -44,6 +44,16 @@ bool limit(decltype(RLIMIT_CPU) resource, rlim_t value) {
     return ::setrlimit(resource, &bounds) == 0;
 }
 
+// Lowers the bound that can be raised again; gives what it was.
+rlimit lowerSoftly(decltype(RLIMIT_CPU) resource, rlim_t value) {
+    rlimit before{};
+    if (::getrlimit(resource, &before) == 0) {
+        const rlimit bounds{std::min(value, before.rlim_max), before.rlim_max};
+        ::setrlimit(resource, &bounds);
+    }
+    return before;
+}
+
 class Filter {
 public:
     Filter() {
@@ -104,6 +114,21 @@ bool applyWorkerLimits(const WorkerLimits& limits) {
     return (kAddressSanitizer || limit(RLIMIT_AS, limits.addressSpace)) &&
            limit(RLIMIT_CPU, static_cast<rlim_t>(seconds)) && limit(RLIMIT_FSIZE, limits.output) &&
            ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0;
+}
+
+PreparationLimits::PreparationLimits() {
+    constexpr unsigned kSeconds = 8;
+    const WorkerLimits usual;
+    addressSpace_ = kAddressSanitizer ? lowerSoftly(RLIMIT_AS, RLIM_INFINITY)
+                                      : lowerSoftly(RLIMIT_AS, usual.addressSpace);
+    fileSize_ = lowerSoftly(RLIMIT_FSIZE, usual.output);
+    ::alarm(kSeconds);
+}
+
+PreparationLimits::~PreparationLimits() {
+    ::alarm(0);
+    ::setrlimit(RLIMIT_FSIZE, &fileSize_);
+    ::setrlimit(RLIMIT_AS, &addressSpace_);
 }
 
 }  // namespace corvy::platform

@@ -1,6 +1,8 @@
 // What binds a worker program, its children, and every process that they start.
 #pragma once
 
+#include <sys/resource.h>
+
 #include "platform/isolation.h"
 
 namespace corvy::platform {
@@ -13,5 +15,19 @@ bool confineProgram(bool network);
 // For a child that has just been forked: address space, processor time, size of files; and it dies
 // with its parent. False when the system refuses any of it; the operation must not run then.
 bool applyWorkerLimits(const WorkerLimits& limits);
+
+// Bounds for what a whole program does while the value lives. The program is killed when it takes
+// longer than it may.
+class PreparationLimits {
+public:
+    PreparationLimits();
+    ~PreparationLimits();
+    PreparationLimits(const PreparationLimits&) = delete;
+    PreparationLimits& operator=(const PreparationLimits&) = delete;
+
+private:
+    rlimit addressSpace_{};
+    rlimit fileSize_{};
+};
 
 }  // namespace corvy::platform

@@ -128,7 +128,9 @@ constexpr Invocation kInvocations[] = {
 }  // namespace
 
 CorvyStackHelper::CorvyStackHelper(std::string workerFolder)
-    : mdimporter_(std::make_unique<MetaDataImporter>()), workers_(std::move(workerFolder)) {}
+    : workers_(std::move(workerFolder)),
+      mdimporter_(std::make_unique<MetaDataImporter>(std::make_unique<WorkerImporterHost>(
+          [this](const platform::WorkerRequest& request) { return workers_.run(request); }))) {}
 
 CorvyStackHelper::~CorvyStackHelper() = default;
 

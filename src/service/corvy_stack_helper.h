@@ -62,14 +62,14 @@ public:
 
     // Name to version of the libraries that service and workers stand on.
     Dictionary libraries();
-    const MetaDataImporter& importer() const { return *mdimporter_; }
+    MetaDataImporter& importer() { return *mdimporter_; }
 
 private:
     PdfConversionContext pdfContext();
     ImageConversionContext imageContext();
 
-    std::unique_ptr<MetaDataImporter> mdimporter_;
     platform::WorkerPool workers_;
+    std::unique_ptr<MetaDataImporter> mdimporter_;
 };
 
 }  // namespace corvy

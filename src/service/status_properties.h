@@ -9,8 +9,8 @@
 
 namespace corvy {
 
-// Version, ProcessId, Importers (paths in order), Libraries (name to version). `helper` must
-// outlive them.
+// Version, ProcessId, Importers (paths in order), ImporterTypes (path to types), SkippedImporters
+// (path to reason), Libraries (name to version). `helper` must outlive them.
 std::map<std::string, platform::Connection::Property> statusProperties(CorvyStackHelper& helper);
 
 }  // namespace corvy

@@ -131,7 +131,7 @@ TEST(Feed, GivesSectionsToTheElementThatEnds) {
 
 TEST(Feed, ChoosesTheLink) {
     static constexpr FieldCase cases[] = {
-        {u"<link rel=SELF href=a><link href=' b&amp;c'>", u"link", u"b&c"},
+        {u"<link rel=SELF href=a><link href=' b&amp;c'>", u"link", u" b&c"},
         {u"<link rel=edit href=a /><link rel=Service.post href=b /><link rel=editor href=c />",
          u"link", u"c"},
         {u"<link href=a><link>b</link>", u"link", u"a"},

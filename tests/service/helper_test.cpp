@@ -14,8 +14,10 @@
 
 #include "foundation/text.h"
 #include "platform/property_list_writer.h"
+#include "tests/importers/bundle_builder.h"
 #include "tests/support/helper_process.h"
 #include "tests/support/processes.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -251,6 +253,68 @@ TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     const std::string python = outputOf("/usr/bin/python3 " CORVY_EXAMPLES
                                         "/python_client.py " CORVY_EXAMPLES "/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
+}
+
+TEST(Helper, AsksImportersForMetadata) {
+    const test::TemporaryFolder folder;
+    std::filesystem::create_directories(folder.path("Library"));
+    std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers",
+                                    folder.path("Library/Spotlight"));
+    setenv("CORVYSTACK_ROOT", folder.path().c_str(), 1);
+    setenv("XDG_DATA_HOME", folder.path().c_str(), 1);
+    const RuntimeFolder runtime;
+    const HelperProcess helper;
+    const auto proxy = HelperProcess::connect();
+    unsetenv("CORVYSTACK_ROOT");
+    const auto call = [&](const char* selector, const char* name) {
+        return proxy->call(selector, {PropertyList(fromUtf8(folder.write(name, "x")))});
+    };
+    // The first bundle that declares the type dies while it is loaded, and is asked all the same.
+    const std::u16string type = u"dyn.ah62d4rv4ge81n5xwsz0hw";
+    EXPECT_EQ(call("supportsFile:", "a.unruly"), PropertyList(false));
+    EXPECT_EQ(call("metaDataForFile:", "a.unruly"), std::nullopt);
+    const std::string stillborn = folder.path("Library/Spotlight/Stillborn.mdimporter");
+    const Dictionary status = platform::statusOf(*proxy);
+    EXPECT_EQ(status.find(u"Importers")->array()->size(), 2U);
+    EXPECT_EQ(*status.find(u"ImporterTypes")->dictionary()->find(fromUtf8(stillborn)),
+              PropertyList(Array{type}));
+    EXPECT_TRUE(status.find(u"SkippedImporters")->dictionary()->empty());
+
+    setenv("CORVYSTACK_ROOT", folder.path("other").c_str(), 1);
+    std::filesystem::create_directories(folder.path("other/Library/Spotlight"));
+    std::filesystem::create_symlink(CORVY_BUILD_DIR "/tests/importers/Unruly.mdimporter",
+                                    folder.path("other/Library/Spotlight/U.mdimporter"));
+    test::writeBundle(
+        folder.path("other/Library/Spotlight/P.mdimporter"),
+        test::infoFor("com.adobe.pdf", test::factoryEntries({"CorvyImporterFactory"})));
+    const HelperProcess second("Second");
+    unsetenv("CORVYSTACK_ROOT");
+    unsetenv("XDG_DATA_HOME");
+    const auto other = HelperProcess::connect("Second");
+    const PropertyList path(fromUtf8(folder.path("a.unruly")));
+    const PropertyList kinds(fromUtf8(folder.write("kinds.unruly", "x")));
+    EXPECT_EQ(other->call("supportsFile:", {path}), PropertyList(true));
+    EXPECT_EQ(other->call("metaDataForFile:", {path}),
+              PropertyList(Dictionary{{u"kMDItemTitle", type}}));
+    const RemoteValue all = other->call("metaDataForFile:", {kinds});
+    ASSERT_TRUE(all && all->dictionary());
+    EXPECT_EQ(all->dictionary()->size(), 9U);
+    EXPECT_FALSE(all->dictionary()->contains(u"null"));
+
+    // The text of a PDF comes from its importer, if that may be asked and tells one.
+    const auto textOfPdf = [&](const char* name, bool canUseSpotlight) {
+        const std::string file = folder.write(name, examplePdf("guide.pdf").chars());
+        const RemoteValue answer = other->call(
+            "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:"
+            "canUseSpotlight:",
+            {PropertyList(fromUtf8(file)), PropertyList(std::int64_t{0}), PropertyList(true),
+             PropertyList(true), PropertyList(canUseSpotlight)});
+        return toUtf8(stringOf(*answer->dictionary(), u"String").value_or(u"none"));
+    };
+    EXPECT_EQ(textOfPdf("text.pdf", true), "its text");
+    const std::string own = textOfPdf("text.pdf", false);
+    EXPECT_GT(own.size(), 100U);
+    EXPECT_EQ(textOfPdf("crash.pdf", true), own);
 }
 
 TEST(Helper, TellsTheServiceManagerThatItIsReady) {

@@ -15,7 +15,7 @@ class FileImporterTest : public testing::Test {
 protected:
     // The record of a file with these contents, by a helper that answers as told.
     ImportRecord imported(const std::string& name, std::string_view contents, RemoteValue answer,
-                          ImportSettings settings = {}) {
+                          ImportSettings settings = {.metadata = false}) {
         HelperSlot slot(
             [&]() -> std::unique_ptr<OwnedHelper> {
                 auto helper = std::make_unique<FakeHelper>();
@@ -97,6 +97,20 @@ TEST_F(FileImporterTest, NamesWhatIsWrong) {
     }
 }
 
+TEST_F(FileImporterTest, AddsWhatImportersTell) {
+    const PropertyList told(Dictionary{{u"kMDItemTextContent", u"told"}, {u"kMDItemTitle", u"T"}});
+    const Dictionary metadata{{u"kMDItemTitle", u"T"}};
+    ImportRecord record = imported("a.txt", "own", told, {});
+    EXPECT_EQ(record.text->string, u"own");
+    EXPECT_EQ(record.metadata, metadata);
+    record = imported("a.mid", "MThd\1", told, {});
+    EXPECT_EQ(record.text->string, u"told");
+    EXPECT_EQ(record.metadata, metadata);
+    EXPECT_FALSE(imported("b.mid", "MThd\1", told, {.texts = false}).text);
+    EXPECT_TRUE(imported("empty.mid", "", told, {}).metadata.empty());
+    EXPECT_EQ(imported("photo.jpg", "\x89PNG\r\n\x1A\n", std::nullopt, {}).type, "public.png");
+}
+
 TEST_F(FileImporterTest, TakesWhatTheWebArchiveGives) {
     const PropertyList answer(Dictionary{
         {u"String", u"\n\nText"}, {u"Source", u"<title>T</title>Text"}, {u"URL", u"http://a/"}});
@@ -105,7 +119,7 @@ TEST_F(FileImporterTest, TakesWhatTheWebArchiveGives) {
     EXPECT_EQ(record.text->string, u"\n\nText");
     EXPECT_EQ(record.properties, (Dictionary{{u"Title", u"T"}, {u"URL", u"http://a/"}}));
 
-    record = imported("a.webarchive", "bplist00", answer, {.texts = false});
+    record = imported("a.webarchive", "bplist00", answer, {.texts = false, .metadata = false});
     EXPECT_FALSE(record.text);
     EXPECT_EQ(record.properties.size(), 2U);
 }

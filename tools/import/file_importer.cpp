@@ -18,6 +18,8 @@
 #include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "markup/queries.h"
+#include "platform/content_type.h"
+#include "platform/type_identifier.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
@@ -36,8 +38,10 @@ constexpr std::string_view kThumbnailOperation =
     "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
 constexpr std::int64_t kThumbnailSize = 256;  // pixels
 
-// What feeds often are by their names.
-constexpr std::string_view kXmlType = "public.xml";
+// By their names, feeds are often some other XML.
+bool isXml(std::string_view type) {
+    return platform::conformsTo(fromUtf8(type), u"public.xml");
+}
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -95,7 +99,7 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             stopped = !importPdf(file, number, record);
         } else if (record.kind == "image") {
             stopped = !importImage(file, number, record);
-        } else if (record.kind == "feed" || record.type == kXmlType) {
+        } else if (record.kind == "feed" || (record.kind == "text" && isXml(record.type))) {
             importXml(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
@@ -106,6 +110,7 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
         } else if (record.kind == "movie" || record.kind == "sound") {
             stopped = !importMovie(file, number, record);
         }
+        if (!stopped && settings_.metadata) stopped = !addMetadata(file, number, record);
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
     }
@@ -130,6 +135,9 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     }
     if (file.modified.tv_sec != 0 || file.modified.tv_nsec != 0) record.modified = file.modified;
     if (!file.isFolder && file.error != "specialFile") record.size = file.size;
+    if (const auto type = platform::contentTypeOfFile(pathFromBytes(file.path))) {
+        record.type = toUtf8(*type);
+    }
     if (!file.error.empty() || file.isFolder) {
         if (record.kind.empty()) record.kind = kDataType.kind;
         return false;
@@ -141,11 +149,9 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     } else if (!named) {
         const std::string head = headOf(file.path);
         const FileType type = typeForHead(std::as_bytes(std::span(head)));
-        record.type = type.identifier;
         record.kind = type.kind;
     }
     if (record.kind.empty()) {
-        record.type = kDataType.identifier;
         record.kind = kDataType.kind;
     }
     return record.error.empty();
@@ -180,7 +186,7 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
     if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
-    // A page that cannot be drawn is no fault; a helper that does not come back is one.
+    // A page that cannot be drawn is no fault of the record; a helper that it brings down is.
     const HelperSlot::Answer picture = callForThumbnail(file);
     if (record.error.empty()) record.error = picture.error;
     const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
@@ -324,6 +330,26 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     } else {
         addText(plainText(contents.bytes.chars()), number, record);
     }
+}
+
+// What an importer tells; its text where there is no other. False when the helper was stopped.
+bool FileImporter::addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const bool isThere = file.error.empty() && record.error != "notReadable";
+    if (!isThere || record.error == "empty" || isPassing(record.error)) return true;
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("metaDataForFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    Dictionary* attributes = answer.value ? answer.value->dictionary() : nullptr;
+    if (!attributes) return true;
+    auto text = stringOf(*attributes, u"kMDItemTextContent");
+    attributes->remove(u"kMDItemTextContent");
+    record.metadata = std::move(*attributes);
+    if (settings_.texts && text && !isBlank(*text) && !record.text && record.error.empty()) {
+        addText(*std::move(text), number, record);
+    }
+    return true;
 }
 
 void FileImporter::addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record) {

@@ -17,6 +17,7 @@ namespace corvy::tools {
 struct ImportSettings {
     std::string outFolder = {};  // empty: texts stand in the records, and there are no thumbnails
     bool texts = true;
+    bool metadata = true;
     bool thumbnails = true;
     bool pretty = false;
 };
@@ -49,6 +50,7 @@ private:
     void importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importFeed(std::u16string_view feed, std::uint64_t number, ImportRecord& record);
     void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
     void addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record);
 

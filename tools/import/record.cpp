@@ -63,6 +63,7 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
                                           {u"height", record.thumbnail->height}});
     }
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
+    if (!record.metadata.empty()) json.set(u"metadata", std::move(record.metadata));
     if (record.pages) json.set(u"pages", *record.pages);
     if (record.duration) json.set(u"duration", *record.duration);
     json.set(u"seconds", std::round(record.seconds * 1000) / 1000);

@@ -25,13 +25,14 @@ struct RecordThumbnail {
 
 struct ImportRecord {
     std::string path = {};       // bytes
-    std::string_view type = {};  // uniform type identifier
+    std::string type = {};  // uniform type identifier
     std::string_view kind = {};
     std::optional<std::uint64_t> size = {};  // bytes
     std::optional<timespec> modified = {};
     std::optional<RecordText> text = {};
     std::optional<RecordThumbnail> thumbnail = {};
     Dictionary properties = {};
+    Dictionary metadata = {};  // what an importer tells, but for the text
     std::optional<std::int64_t> pages = {};
     std::optional<float> duration = {};  // seconds
     double seconds = 0;                  // that the file took; rounded to milliseconds
