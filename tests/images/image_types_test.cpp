@@ -6,7 +6,7 @@
 
 #include "foundation/apple_double.h"
 #include "foundation/text.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -54,7 +54,7 @@ TEST(ImageTypes, RecognisesExtensionsAndTypeCodes) {
 }
 
 TEST(ImageTypes, ReadsTheTypeCodeOfFiles) {
-    const tools::TemporaryFolder folder;
+    const test::TemporaryFolder folder;
     const auto path = [&folder](std::string_view name) { return pathFromBytes(folder.path(name)); };
     folder.write("paper", "x");
     folder.write("._paper", *AppleDouble::make("PDF CARO").withResourceFork(""));
@@ -69,7 +69,7 @@ TEST(ImageTypes, ReadsTheTypeCodeOfFiles) {
 }
 
 TEST(ImageTypes, FindsThePDFOfABundle) {
-    const tools::TemporaryFolder folder;
+    const test::TemporaryFolder folder;
     for (const char* file :
          {"Doc.pdfd/Doc.pdf", "Doc.pdfd/A.pdf", "Other.pdfd/z.PDF", "Other.pdfd/b.pdf",
           "Other.pdfd/._a.pdf", "No.pdfd/a.txt", "x.d/x.pdf"})
@@ -184,6 +184,8 @@ TEST(ImageTypes, AsksForContentTypes) {
         types.type = type;
         EXPECT_EQ(isUTIImageFile(u"/a", types), isImage) << toUtf8(type);
     }
+    EXPECT_FALSE(isUTIImageFile(u"/dev/null", systemContentTypes()));
+    EXPECT_FALSE(isUTIImageFile(u"" CORVY_EXAMPLES "/guide.pdf", systemContentTypes()));
     EXPECT_FALSE(isUTIImageFile(u"/dev/null", systemContentTypes()));
     EXPECT_FALSE(isUTIImageFile(u"" CORVY_EXAMPLES "/guide.pdf", systemContentTypes()));
     types.type = u"public.png";
