@@ -186,6 +186,8 @@ TEST(ImageTypes, AsksForContentTypes) {
     }
     EXPECT_FALSE(isUTIImageFile(u"/dev/null", systemContentTypes()));
     EXPECT_FALSE(isUTIImageFile(u"" CORVY_EXAMPLES "/guide.pdf", systemContentTypes()));
+    EXPECT_FALSE(isUTIImageFile(u"/dev/null", systemContentTypes()));
+    EXPECT_FALSE(isUTIImageFile(u"" CORVY_EXAMPLES "/guide.pdf", systemContentTypes()));
     types.type = u"public.png";
     EXPECT_FALSE(isUTIImageFile(u"", types) || isUTIImageFile(kNone, types));
 }

@@ -103,11 +103,11 @@ TEST_F(FileImporterTest, AddsWhatImportersTell) {
     ImportRecord record = imported("a.txt", "own", told, {});
     EXPECT_EQ(record.text->string, u"own");
     EXPECT_EQ(record.metadata, metadata);
-    record = imported("a.mid", "MThd\1", told, {});
+    record = imported("a.chm", "\1", told, {});
     EXPECT_EQ(record.text->string, u"told");
     EXPECT_EQ(record.metadata, metadata);
-    EXPECT_FALSE(imported("b.mid", "MThd\1", told, {.texts = false}).text);
-    EXPECT_TRUE(imported("empty.mid", "", told, {}).metadata.empty());
+    EXPECT_FALSE(imported("b.chm", "\1", told, {.texts = false}).text);
+    EXPECT_TRUE(imported("empty.chm", "", told, {}).metadata.empty());
     EXPECT_EQ(imported("photo.jpg", "\x89PNG\r\n\x1A\n", std::nullopt, {}).type, "public.png");
 }
 
