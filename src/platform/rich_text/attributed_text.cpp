@@ -46,10 +46,10 @@ bool sameStyles(const AttributedText& a, const AttributedText& b, std::span<cons
 }  // namespace
 
 void AttributedText::append(std::u16string_view text, const TextStyle& style) {
-    if (!text.empty()) append(text, styles_.indexOf(style));
+    if (!text.empty()) appendWithIndex(text, styles_.indexOf(style));
 }
 
-void AttributedText::append(std::u16string_view text, StyleIndex style) {
+void AttributedText::appendWithIndex(std::u16string_view text, StyleIndex style) {
     if (text.empty()) return;
     string_ += text;
     appendRun(runs_, string_.size(), style);

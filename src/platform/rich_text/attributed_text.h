@@ -42,9 +42,10 @@ public:
         friend bool operator==(const Run&, const Run&) = default;
     };
 
-    // Adds text at the end. The second form saves the look-up where a style comes again and again.
+    // Adds text at the end.
     void append(std::u16string_view text, const TextStyle& style);
-    void append(std::u16string_view text, StyleIndex style);
+    // The same without the look-up, for a style that comes again and again: one of indexOf().
+    void appendWithIndex(std::u16string_view text, StyleIndex style);
     StyleIndex indexOf(const TextStyle& style) { return styles_.indexOf(style); }
     // Adds a file: its character, and `file` under a name that the caller chose. Names need not
     // differ.
