@@ -115,9 +115,13 @@ public:
             if (!take(token)) break;
         }
         endBytes();
+        // The last paragraph may have no end, and is then as it was said inside all groups.
+        const RtfParagraph last = group_.paragraph;
+        const std::vector<TabStop> tabs = resources_.tabs;
         while (!groups_.empty()) close();
+        resources_.tabs = tabs;
         RichDocument document;
-        document.text = body_.take(group_.paragraph);
+        document.text = body_.take(last);
         if (AttributedText notes = footnotes_.take({}); !notes.empty()) {
             if (!document.text.string().ends_with(u'\n')) document.text.append(u"\n", {});
             document.text.append(notes);
@@ -132,9 +136,9 @@ private:
         switch (token.kind) {
             case RtfToken::Kind::open: open(); break;
             case RtfToken::Kind::close:
-                if (groups_.empty()) return false;
+                if (groups_.size() <= 1 && tooDeep_ == 0) return false;
                 close();
-                return !groups_.empty();
+                break;
             case RtfToken::Kind::text: text(token.text); break;
             case RtfToken::Kind::byte:
                 if (!skipsFallback()) byte(static_cast<std::uint8_t>(token.value));

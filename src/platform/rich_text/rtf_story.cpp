@@ -55,7 +55,9 @@ void RtfStory::endParagraph(const RtfParagraph& paragraph, const RtfCharacters& 
 
 void RtfStory::endCell(std::int32_t depth, RtfParagraph paragraph,
                        const RtfCharacters& characters) {
-    if (length() > paragraphStart_ || !tables_.isContinued(depth)) {
+    // Nor does the end of a cell behind a table inside it, where the format wants a paragraph.
+    const bool isSilent = tables_.isContinued(depth) || innerTableEnd_ == length();
+    if (length() > paragraphStart_ || !isSilent) {
         paragraph.inTable = true;
         paragraph.tableDepth = depth;
         endParagraph(paragraph, characters);
@@ -65,6 +67,7 @@ void RtfStory::endCell(std::int32_t depth, RtfParagraph paragraph,
 
 void RtfStory::endRow(std::int32_t depth) {
     tables_.endRow(depth);
+    if (depth > 1) innerTableEnd_ = length();
 }
 
 void RtfStory::endTables() {

@@ -22,7 +22,7 @@ public:
     void append(std::string_view ascii, const RtfCharacters& characters);
     void append(std::u16string_view text, const RtfCharacters& characters);
     void attach(FileNode file, Size size, const RtfCharacters& characters);
-    // Each ends a paragraph; a cell that continues another, and is empty, leaves no text.
+    // Each ends a paragraph; a cell that continues another, and is empty, gives no text.
     void endParagraph(const RtfParagraph& paragraph, const RtfCharacters& characters);
     void endCell(std::int32_t depth, RtfParagraph paragraph, const RtfCharacters& characters);
     void endRow(std::int32_t depth);
@@ -56,6 +56,8 @@ private:
     AttributedText::StyleIndex style_ = 0;
     std::vector<Paragraph> waiting_;  // for their table to end
     std::size_t paragraphStart_ = 0;
+    std::size_t innerTableEnd_ =
+        std::u16string::npos;  // where a row of a table inside a cell ended last
     // The style made last, and what it was made of.
     RtfParagraph paragraph_;
     ParagraphStyle paragraphStyle_;
