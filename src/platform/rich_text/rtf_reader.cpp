@@ -62,11 +62,12 @@ struct Group {
     RtfCharacters characters;
     RtfParagraph paragraph;
     Destination destination = Destination::body;
-    bool begins = false;              // the destination begins with this group
-    bool inAlternatives = false;      // of which one, in a group of its own, is meant for us
-    RtfWord word = RtfWord::unknown;  // that began it
-    std::int32_t fallback = 1;        // items that stand behind a \u for other readers
-    std::int32_t link = -1;           // of the field
+    Destination outer = Destination::body;  // what it is around what is dropped
+    bool begins = false;                    // the destination begins with this group
+    bool inAlternatives = false;            // of which one, in a group of its own, is meant for us
+    RtfWord word = RtfWord::unknown;        // that began it
+    std::int32_t fallback = 1;              // items that stand behind a \u for other readers
+    std::int32_t link = -1;                 // of the field
     RtfStory* story = nullptr;
 };
 
@@ -191,6 +192,11 @@ private:
         group_.word = word;
         group_.begins = true;
         if (isGathered(destination)) gathered_.clear();
+    }
+
+    void drop(RtfWord word) {
+        if (group_.destination != Destination::dropped) group_.outer = group_.destination;
+        beginDestination(word, Destination::dropped);
     }
 
     void skipGroup() {
@@ -433,13 +439,11 @@ private:
             case RtfWord::shp:
             case RtfWord::shpinst:
             case RtfWord::sp:
-            case RtfWord::object:
-                outer_ = group_.destination == Destination::dropped ? outer_ : group_.destination;
-                beginDestination(word, Destination::dropped);
-                break;
+            case RtfWord::object: drop(word); break;
             case RtfWord::shptxt:
             case RtfWord::result:
-                if (group_.destination == Destination::dropped) beginDestination(word, outer_);
+                if (group_.destination == Destination::dropped)
+                    beginDestination(word, group_.outer);
                 break;
             case RtfWord::footnote:
                 if (group_.story == &body_) {
@@ -447,8 +451,14 @@ private:
                     beginDestination(word, Destination::body);
                 }
                 break;
-            case RtfWord::upr: group_.inAlternatives = true; break;
-            case RtfWord::ud: group_.inAlternatives = false; break;
+            case RtfWord::upr:
+                group_.inAlternatives = true;
+                drop(word);
+                break;
+            case RtfWord::ud:
+                group_.inAlternatives = false;
+                group_.destination = group_.outer;
+                break;
             case RtfWord::NeXTGraphic:
                 picture_ = {};
                 beginDestination(word, Destination::attachment);
@@ -716,7 +726,6 @@ private:
     Encoding encoding_ = Encoding::kWindows1252;
     RtfByteDecoder decoder_;
     std::u16string gathered_;
-    Destination outer_ = Destination::body;  // of what is dropped
     // The font that was looked up last.
     std::int32_t knownFont_ = kNoFont;
     Encoding knownEncoding_ = Encoding::kInvalid;

@@ -258,7 +258,7 @@ TEST(RtfReader, SurvivesHostileInput) {
         while (count-- > 0) out += part;
         return out;
     };
-    EXPECT_EQ(textOf(repeated("{\\b", 100000) + "deep" + std::string(100000, '}') + " end}"),
+    EXPECT_EQ(textOf(repeated("{\\b ", 100000) + "deep" + std::string(100000, '}') + " end}"),
               u"deep end");
     EXPECT_EQ(textOf("{\\rtf1 a\\bin99999999999 b}"), u"a");
     EXPECT_EQ(textOf("{\\rtf1 a\\bin-5 b}"), u"ab");
