@@ -227,6 +227,24 @@ TEST(RtfReader, GathersTablesFromTheirRows) {
     }
 }
 
+TEST(RtfReader, KnowsTheEdgesOfCells) {
+    const auto document = read(
+        "{\\rtf1{\\colortbl;\\red9;}\\trowd\\trgaph100\\trleft-"
+        "100\\clbrdrl\\brdrs\\clbrdrt\\brdrnone"
+        "\\brdrw20\\trbrdrt\\brdrw99\\clbrdrb\\brdrw40\\brdrcf1\\clpadt60\\clpadr60\\cellx1900"
+        "\\clpadt20\\clpadr60\\clpadb40\\clftsWidth2\\clwWidth1250\\cellx3900\\intbl a\\cell "
+        "b\\cell\\row}");
+    ASSERT_TRUE(document);
+    const TableCell left = document->text.paragraphStyleAt(0).cells.at(0);
+    EXPECT_EQ(left.borderWidth, (Edges<double>{0.5, 0, 0, 2}));
+    EXPECT_EQ(left.borderColor.bottom, (RgbColor{9, 0, 0}));
+    EXPECT_EQ(left.padding, (Edges<double>{3, 0, 3, 0}));
+    EXPECT_EQ(left.width, (TextLength{100, false}));
+    const TableCell right = document->text.paragraphStyleAt(2).cells.at(0);
+    EXPECT_EQ(right.padding, (Edges<double>{5, 1, 3, 2}));
+    EXPECT_EQ(right.width, (TextLength{25, true}));
+}
+
 TEST(RtfReader, TakesPicturesAndFiles) {
     FileNode package;
     package.entries = {{.name = u"a b\x00E9}.pdf", .contents = Bytes::copyOf("PDF")},
