@@ -367,8 +367,10 @@ private:
             case RtfWord::object: drop(word); break;
             case RtfWord::shptxt:
             case RtfWord::result:
-                if (group_.destination == RtfDestination::dropped)
-                    beginDestination(word, group_.outer);
+                if (group_.destination == RtfDestination::dropped &&
+                    group_.outer == RtfDestination::body) {
+                    beginDestination(word, RtfDestination::body);
+                }
                 break;
             case RtfWord::footnote:
                 if (group_.story == &body_) {

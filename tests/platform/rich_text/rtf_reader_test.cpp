@@ -280,6 +280,9 @@ TEST(RtfReader, SurvivesHostileInput) {
               u"deep end");
     EXPECT_EQ(textOf("{\\rtf1 a\\bin99999999999 b}"), u"a");
     EXPECT_EQ(textOf("{\\rtf1 a\\bin-5 b}"), u"ab");
+    EXPECT_EQ(
+        textOf("{\\rtf1{\\creatim\\yr2000{\\shp{\\shptxt x}}}{\\title{\\object{\\result y}}}a}"),
+        u"a");
     EXPECT_EQ(textOf(repeated("{\\*\\x{", 50000)), u"");
     EXPECT_EQ(textOf(repeated("\\intbl\\itap99999 a\\nestcell", 1000)).size(), 2000U);
     EXPECT_EQ(textOf(repeated("{\\tx1\\tx2 a\\par", 20000)).size(), 40000U);
