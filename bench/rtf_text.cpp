@@ -1,5 +1,5 @@
-// Prints the text of an RTF file, for rtf_similarity.py, or writes what was read as an RTFD package,
-// for other programs to open: rtf_text FILE [PACKAGE]
+// Prints the text of an RTF file, for rtf_similarity.py, or writes what was read as an RTFD
+// package, for other programs to open: rtf_text FILE [PACKAGE]
 #include <fstream>
 #include <iostream>
 #include <iterator>
