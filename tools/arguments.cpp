@@ -5,6 +5,9 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
+
+#include "tools/manual.h"
 
 namespace corvy::tools {
 
@@ -32,6 +35,14 @@ Parsed parseArguments(CLI::App& app, int argc, char** argv) {
     const auto formatter = std::make_shared<PlainFormatter>();
     app.formatter(formatter);
     for (CLI::App* command : app.get_subcommands({})) command->formatter(formatter);
+    if (argc == 2 && std::string_view(argv[1]) == "--manual-page") {
+        print(manualPage(app));
+        return {true, kDone};
+    }
+    if (argc == 2 && std::string_view(argv[1]) == "--completion-words") {
+        print(completionWords(app));
+        return {true, kDone};
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {

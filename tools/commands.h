@@ -3,6 +3,9 @@
 
 namespace corvy::tools {
 
+// search_commands.cpp
+int indexCommand(int argc, char** argv);
+int searchCommand(int argc, char** argv);
 // service_commands.cpp
 int serveCommand(int argc, char** argv);
 int statusCommand(int argc, char** argv);
@@ -13,10 +16,14 @@ int callCommand(int argc, char** argv);
 int importCommand(int argc, char** argv);
 // pdf_commands.cpp
 int pdfCommand(int argc, char** argv);
+// thumbnail_command.cpp
+int thumbnailCommand(int argc, char** argv);
 // web_archive_command.cpp
 int webArchiveCommand(int argc, char** argv);
 // html_commands.cpp
 int htmlCommand(int argc, char** argv);
+// poster_command.cpp
+int posterCommand(int argc, char** argv);
 // plain_text_commands.cpp
 int textCommand(int argc, char** argv);
 int errorPageCommand(int argc, char** argv);
@@ -24,6 +31,8 @@ int errorPageCommand(int argc, char** argv);
 int entitiesCommand(int argc, char** argv);
 int charsetCommand(int argc, char** argv);
 int toolkitCommand(int argc, char** argv);
+// feed_command.cpp
+int feedCommand(int argc, char** argv);
 // key_commands.cpp
 int dateCommand(int argc, char** argv);
 int urlCommand(int argc, char** argv);

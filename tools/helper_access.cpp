@@ -64,12 +64,15 @@ std::unique_ptr<OwnedHelper> launchOwnedHelper() {
     return std::make_unique<OwnedPrivateHelper>(std::move(helper));
 }
 
+std::string workerProgramFolder() {
+    return std::filesystem::path(helperProgramPath()).parent_path().string();
+}
+
 std::vector<std::string> workerFamilies() {
     constexpr std::string_view kStart = "corvystack-worker-";
     std::vector<std::string> families;
     std::error_code failed;
-    const auto folder = std::filesystem::path(helperProgramPath()).parent_path();
-    for (const auto& entry : std::filesystem::directory_iterator(folder, failed)) {
+    for (const auto& entry : std::filesystem::directory_iterator(workerProgramFolder(), failed)) {
         const std::string name = entry.path().filename();
         if (name.starts_with(kStart)) families.push_back(name.substr(kStart.size()));
     }

@@ -45,6 +45,8 @@ private:
 // A private helper; null when it does not come up, or Ctrl-C comes first.
 std::unique_ptr<OwnedHelper> launchOwnedHelper();
 
+// Where the worker programs lie: beside the helper.
+std::string workerProgramFolder();
 // The families of documents whose worker programs lie beside the helper, in the order of their
 // names.
 std::vector<std::string> workerFamilies();

@@ -27,7 +27,7 @@ namespace corvy::tools {
 namespace {
 
 struct HtmlOptions {
-    MarkupInput input;
+    MarkupInput input{.recogniseUtf8 = true};
     bool raw = false;
     bool json = false;
     bool links = false;

@@ -8,6 +8,7 @@
 #include <thread>
 #include <vector>
 
+#include "foundation/system_log.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
@@ -20,6 +21,7 @@
 #include "tools/import/scheduler.h"
 #include "tools/import/walk.h"
 #include "tools/interrupt.h"
+#include "tools/picture_file.h"
 
 namespace corvy::tools {
 
@@ -50,6 +52,7 @@ public:
           progress_(::isatty(STDERR_FILENO) != 0 && !options.quiet) {
         for (std::size_t i = 0; i < options.jobs; ++i) {
             helpers_.emplace_back(launchOwnedHelper, options.timeout);
+            pools_.emplace_back(workerProgramFolder());
         }
     }
 
@@ -59,17 +62,16 @@ public:
         if (::isatty(STDERR_FILENO) != 0 && !options_.quiet) {
             counter = std::jthread([this](const std::stop_token& stop) { count(stop); });
         }
-        const bool complete =
-            runInOrder({.next = [this] { return next(); },
-                        .work = [this](std::size_t thread,
-                                       const Job& job) { return work(helpers_[thread], job); },
-                        .emit = [this](const Finished& file) { emit(file); },
-                        .goOn = [this] { return goOn(); },
-                        .giveUp =
-                            [this] {
-                                for (HelperSlot& helper : helpers_) helper.stop();
-                            }},
-                       {.threads = options_.jobs});
+        const bool complete = runInOrder(
+            {.next = [this] { return next(); },
+             .work = [this](std::size_t thread, const Job& job) { return work(thread, job); },
+             .emit = [this](const Finished& file) { emit(file); },
+             .goOn = [this] { return goOn(); },
+             .giveUp =
+                 [this] {
+                     for (HelperSlot& helper : helpers_) helper.stop();
+                 }},
+            {.threads = options_.jobs});
         output_.flush();
         progress_.finish();
         counter.request_stop();
@@ -85,8 +87,11 @@ private:
         return std::nullopt;
     }
 
-    std::optional<Finished> work(HelperSlot& helper, const Job& job) {
-        FileImporter importer(helper, options_.settings);
+    std::optional<Finished> work(std::size_t thread, const Job& job) {
+        FileImporter importer(helpers_[thread], options_.settings,
+                              [&pool = pools_[thread]](const Bytes& tiff, const std::string& path) {
+                                  return writePicture(pool, tiff, path).empty();
+                              });
         auto record = importer.import(job.file, output_.firstNumber() + job.number);
         if (!record) return std::nullopt;
         progress_.addWork(job.file.size);
@@ -156,7 +161,8 @@ private:
     RecordOutput output_;
     Walk walk_;
     Progress progress_;
-    std::deque<HelperSlot> helpers_;  // one for each thread
+    std::deque<HelperSlot> helpers_;          // one for each thread
+    std::deque<platform::WorkerPool> pools_;  // that encode pictures, one for each thread
     std::uint64_t skipped_ = 0;
 };
 
@@ -170,7 +176,7 @@ int importCommand(int argc, char** argv) {
         "corvystack import");
     app.add_option("PATH", options.paths, "files, and folders whose files are meant")->required();
     app.add_option("--out", options.settings.outFolder,
-                   "write DIR/records.jsonl, and texts to files in DIR")
+                   "write DIR/records.jsonl, and texts and thumbnails to files in DIR")
         ->type_name("DIR");
     app.add_option("--jobs", options.jobs, "files at a time, each with a helper of its own")
         ->check(CLI::Range(std::size_t{1}, kMostJobs))
@@ -178,7 +184,8 @@ int importCommand(int argc, char** argv) {
         ->capture_default_str();
     app.add_flag("--recursive", options.walk.recursive, "folders inside folders as well");
     app.add_flag("--no-text", options.noTexts, "no texts");
-    app.add_flag("--no-thumbnails", options.noThumbnails, "no thumbnails (none are made yet)");
+    app.add_flag("--no-thumbnails", options.noThumbnails,
+                 "no thumbnails; without --out there are none");
     app.add_option("--timeout", options.timeout, "seconds that a file may take")
         ->check(CLI::PositiveNumber)
         ->type_name("S")
@@ -197,6 +204,9 @@ int importCommand(int argc, char** argv) {
         "when interrupted.");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     options.settings.texts = !options.noTexts;
+    options.settings.thumbnails = !options.noThumbnails;
+    // What the toolkit remarks on is for records; dates of feeds would flood the log.
+    setLogSink([](std::u16string_view) {});
     return Import(options).run();
 }
 

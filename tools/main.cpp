@@ -7,6 +7,8 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "client/helper_connection.h"
 #include "foundation/remote_interface.h"
@@ -14,6 +16,7 @@
 #include "tools/commands.h"
 #include "tools/helper_access.h"
 #include "tools/interrupt.h"
+#include "tools/manual.h"
 
 namespace {
 
@@ -22,10 +25,15 @@ using namespace corvy::tools;
 // In the order in which help shows them.
 constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
+    {"index", "make records searchable", indexCommand},
+    {"search", "find files by their text", searchCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
+    {"thumbnail", "a small picture of an image, PDF or PostScript file", thumbnailCommand},
+    {"poster", "a frame of a movie, or the cover of a sound", posterCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},
+    {"feed", "items of a feed, or the feed as a page", feedCommand},
     {"entities", "character references into characters, and back", entitiesCommand},
     {"charset", "character sets of pages, and their names", charsetCommand},
     {"date", "dates out of texts", dateCommand},
@@ -67,6 +75,18 @@ std::string version() {
     return text + (families.empty() ? " none\n" : "\n");
 }
 
+std::string commandNames() {
+    std::string names;
+    for (const Command& command : kCommands) names += std::string(command.name) + "\n";
+    return names;
+}
+
+std::string manual() {
+    std::vector<std::pair<std::string_view, std::string_view>> commands;
+    for (const Command& command : kCommands) commands.emplace_back(command.name, command.summary);
+    return manualPage(commands);
+}
+
 const Command* commandNamed(std::string_view name) {
     for (const Command& command : kCommands) {
         if (command.name == name) return &command;
@@ -82,6 +102,14 @@ int dispatch(int argc, char** argv) {
     const std::string_view word = argv[1];
     if (word == "--version") {
         print(version());
+        return kDone;
+    }
+    if (word == "--commands") {
+        print(commandNames());
+        return kDone;
+    }
+    if (word == "--manual-page") {
+        print(manual());
         return kDone;
     }
     if (word == "--help" || word == "-h" || word == "help") {

@@ -1,6 +1,8 @@
-// corvystack pdf: text and properties of one PDF document.
+// corvystack pdf: text and properties of one PDF document, or one made of an image file.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +29,7 @@ constexpr double kTimeout = 90;
 struct PdfOptions {
     std::string file;
     std::string rich;  // package to write
+    std::string out;   // PDF to write
     double timeout = kTimeout;
     bool json = false;
     bool pretty = false;
@@ -105,6 +108,21 @@ int pdfInfo(const PdfOptions& options) {
     return kDone;
 }
 
+int pdfFromImage(const PdfOptions& options) {
+    if (const int error = errorOfOpening(options.file); error != 0 && error != EISDIR) {
+        return failWith(options.file, reasonOf(error));
+    }
+    HelperAccess helper(Launching::ifNeeded, options.timeout);
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(options.file).string();
+    const RemoteValue answer =
+        helper.proxy().call("PDFImageRepOfFile:", {PropertyList(pathFromBytes(path))});
+    const Bytes* pdf = answer ? answer->bytes() : nullptr;
+    if (pdf == nullptr) return failWith(options.file, "is no PDF, nor can it be made one");
+    const int error = writeFile(options.out, pdf->chars());
+    return error == 0 ? kDone : failWith(options.out, reasonOf(error));
+}
+
 }  // namespace
 
 int pdfCommand(int argc, char** argv) {
@@ -117,14 +135,23 @@ int pdfCommand(int argc, char** argv) {
     auto* info = app.add_subcommand("info", "print page count and attributes");
     info->add_flag("--json", options.json, "as one JSON object");
     info->add_flag("--pretty", options.pretty, "JSON on several lines");
+    auto* fromImage =
+        app.add_subcommand("from-image", "make a PDF of a PostScript file or PDF bundle");
+    fromImage->add_option("FILE", options.file, "the file, or a PDF bundle")->required();
+    fromImage->add_option("-o,--out", options.out, "PDF to write")
+        ->required()
+        ->type_name("OUT.pdf");
     for (CLI::App* command : {text, info}) {
         command->add_option("FILE", options.file, "the document; - for standard input")->required();
+    }
+    for (CLI::App* command : {text, info, fromImage}) {
         command->add_option("--timeout", options.timeout, "seconds to wait for the helper")
             ->check(CLI::PositiveNumber)
             ->type_name("S")
             ->capture_default_str();
     }
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    if (fromImage->parsed()) return pdfFromImage(options);
     return text->parsed() ? pdfText(options) : pdfInfo(options);
 }
 

@@ -15,6 +15,8 @@ namespace corvy {
 namespace {
 
 constexpr const char* kHelperProgram = "corvystack-helper";
+// Below the prefix of an installation.
+constexpr const char* kInstalledFolder = "libexec/corvystack";
 
 }  // namespace
 
@@ -42,12 +44,13 @@ std::string helperProgramPath() {
         return std::filesystem::path(folder) / kHelperProgram;
     }
     std::error_code failed;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", failed);
-    const auto folder = program.parent_path();
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", failed).parent_path();
     // In the build folder both lie side by side; an installation may be moved as a whole.
     for (const auto& candidate :
-         {folder / kHelperProgram, folder.parent_path() / "libexec/corvystack" / kHelperProgram}) {
-        if (!failed && access(candidate.c_str(), X_OK) == 0) return candidate;
+         {folder, folder.parent_path() / kInstalledFolder, std::filesystem::path(CORVY_LIBEXEC),
+          std::filesystem::path("/usr") / kInstalledFolder}) {
+        const auto program = candidate / kHelperProgram;
+        if (access(program.c_str(), X_OK) == 0) return program;
     }
     return std::filesystem::path(CORVY_LIBEXEC) / kHelperProgram;
 }

@@ -202,6 +202,17 @@ ResourceError lockForWriting(const std::string& path, int& descriptor) {
 
 }  // namespace
 
+std::optional<Bytes> finderInfoOfFile(const std::string& givenPath) {
+    constexpr std::size_t kLength = 32;
+    const std::string path = resolved(givenPath);
+    if (const auto sidecar = sidecarIn(contentsOf(sidecarOf(path)))) {
+        auto info = sidecar->entry(AppleDouble::kFinderInfo);
+        if (info && info->size() >= kLength) return info;
+    }
+    auto info = attributeOf(path, kFinderAttribute);
+    return info && info->size() >= kLength ? info : std::nullopt;
+}
+
 ResourceError ResourceFile::create(const std::string& givenPath) {
     constexpr mode_t kRights = 0666;
     const int made =

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "foundation/bytes.h"
 #include "foundation/resource_map.h"
 
 namespace corvy {
@@ -24,6 +25,10 @@ enum class ResourceError {
     permission = -54,
     badMap = -199,
 };
+
+// The Finder info of a file: at least 32 bytes, the type code and the creator code first. From the
+// sidecar, else from the attribute user.com.apple.FinderInfo; none when neither has one.
+std::optional<Bytes> finderInfoOfFile(const std::string& path);
 
 class ResourceFile {
 public:

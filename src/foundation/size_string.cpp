@@ -17,14 +17,10 @@ void appendNumber(std::string& out, double value) {
     out.append(buffer, end.ptr);
 }
 
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    return text;
-}
+constexpr auto kIsBlank = [](char c) { return c == ' '; };
 
 std::optional<double> number(std::string_view text) {
-    text = trimmed(text);
+    text = trimBytes(text, kIsBlank);
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value)) {
@@ -46,7 +42,7 @@ std::u16string sizeString(Size size) {
 
 std::optional<Size> sizeFromString(std::u16string_view text) {
     const std::string bytes = toUtf8(text);
-    std::string_view rest = trimmed(bytes);
+    std::string_view rest = trimBytes(bytes, kIsBlank);
     if (rest.size() < 2 || rest.front() != '{' || rest.back() != '}') return std::nullopt;
     rest = rest.substr(1, rest.size() - 2);
     const std::size_t comma = rest.find(',');

@@ -37,6 +37,14 @@ bool hasSuffixNoCase(std::u16string_view text, std::u16string_view suffix);
 
 // The text without the white units (character_tables.h) at both ends.
 std::u16string_view trimWhite(std::u16string_view text);
+
+// The bytes without those at both ends that are blank, as `isBlank(char)` says.
+template <typename IsBlank>
+std::string_view trimBytes(std::string_view bytes, IsBlank isBlank) {
+    while (!bytes.empty() && isBlank(bytes.front())) bytes.remove_prefix(1);
+    while (!bytes.empty() && isBlank(bytes.back())) bytes.remove_suffix(1);
+    return bytes;
+}
 // The integer that the text begins with, behind white units and an optional sign: "120px" is 120.
 // 0 without digits; what is too large is cut to the largest or smallest there is.
 std::int64_t integerValue(std::u16string_view text);

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "foundation/character_tables.h"
 #include "foundation/text.h"
@@ -395,6 +397,23 @@ std::optional<Url> URLRelativeTo(const Url& base, std::u16string_view reference)
     if (!target.authority && path.starts_with(u"//")) path.insert(0, u"/.");
     target.path = path;
     return Url{composed(target)};
+}
+
+Url fileURLWithPath(std::u16string_view path) {
+    const std::string bytes = bytesOfPath(path).value_or(std::string());
+    std::error_code error;
+    std::filesystem::path absolute = std::filesystem::absolute(bytes, error);
+    if (error) absolute = "/" + bytes;
+    std::u16string address = u"file://localhost";
+    for (const char byte : absolute.native()) {
+        const auto unit = static_cast<std::uint8_t>(byte);
+        if (isUnreserved(unit) || unit == u'/') {
+            address += static_cast<char16_t>(unit);
+        } else {
+            appendEscaped(address, unit);
+        }
+    }
+    return {address};
 }
 
 bool isRemoteWebKitURL(const Url& url) {

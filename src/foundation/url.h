@@ -43,6 +43,9 @@ std::optional<Url> URLWithNormalizedStringURL(std::u16string_view normalized);
 // no hierarchy.
 std::optional<Url> URLRelativeTo(const Url& base, std::u16string_view reference);
 
+// The address of a file, "file://localhost/..."; a relative path is one from the working folder.
+Url fileURLWithPath(std::u16string_view path);
+
 // Of the web: the scheme is http, https or feed (in any case), the host has at least one letter or
 // digit and no "...".
 bool isRemoteWebKitURL(const Url& url);

@@ -47,10 +47,9 @@ constexpr std::u16string_view kCampaignKeys[] = {u"utm_source=",   u"utm_medium=
 constexpr std::size_t kNoKey = std::size(kCampaignKeys);
 
 // Without branches, so that many units are looked at at once.
-bool isSeparator(char16_t unit) {
-    return static_cast<int>(unit == u'?') | static_cast<int>(unit == u'&') |
-           static_cast<int>(unit == u';');
-}
+constexpr auto isSeparator = [](auto unit) {
+    return (unit == u'?') | (unit == u'&') | (unit == u';');
+};
 
 std::u16string_view nameOf(std::u16string_view parameter) {
     return parameter.substr(0, parameter.find(u'='));

@@ -124,7 +124,7 @@ void foldScheme(std::u16string& text) {
 }
 
 void makeLower(std::u16string& text) {
-    const std::size_t foreign = findUnitIf(text, [](char16_t c) { return c >= 0x80; });
+    const std::size_t foreign = findUnitIf(text, [](auto c) { return c >= 0x80; });
     constexpr std::size_t kBlock = 16;  // units; the loop over them becomes a few vector operations
     std::size_t i = 0;
     for (; i + kBlock <= foreign; i += kBlock) {

@@ -21,10 +21,7 @@ std::string defaultsFile() {
 }
 
 std::string_view trimmed(std::string_view text) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
-    while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && blank(text.back())) text.remove_suffix(1);
-    return text;
+    return trimBytes(text, [](char c) { return c == ' ' || c == '\t' || c == '\r'; });
 }
 
 std::string unescaped(std::string_view value) {

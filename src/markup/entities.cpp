@@ -181,7 +181,7 @@ Reference readStandardReference(std::u16string_view rest) {
     return {};
 }
 
-constexpr auto kIsHigh = [](char16_t c) { return c >= 0x80; };
+constexpr auto kIsHigh = [](auto c) { return c >= 0x80; };
 
 char16_t* copied(std::u16string_view run, char16_t* out) {
     if (out != run.data()) std::char_traits<char16_t>::move(out, run.data(), run.size());
@@ -311,7 +311,7 @@ std::u16string stringByConvertingHighCharactersToEntities(std::u16string_view te
 }
 
 std::u16string stringByConvertingCharactersToStandardEntities(std::u16string_view text) {
-    const auto isMarkup = [](char16_t c) {
+    const auto isMarkup = [](auto c) {
         return (c == u'"') | (c == u'&') | (c == u'<') | (c == u'>');
     };
     return encoded(text, isMarkup, [](std::u16string& out, char16_t unit) {

@@ -1,12 +1,9 @@
 #include "markup/markup_decoding.h"
 
-#include <filesystem>
-#include <fstream>
-#include <system_error>
 #include <utility>
 
 #include "foundation/converters.h"
-#include "foundation/text.h"
+#include "foundation/file_contents.h"
 #include "markup/charset_names.h"
 #include "markup/header_values.h"
 #include "markup/markup_charset.h"
@@ -89,18 +86,9 @@ std::optional<std::u16string> stringWithMarkupData(std::span<const std::byte> da
 
 std::optional<std::u16string> stringWithMarkupContentsOfFile(std::u16string_view path,
                                                              Encoding defaultEncoding) {
-    const std::optional<std::string> name = bytesOfPath(path);
-    std::error_code error;
-    // A pipe or a device would not end.
-    if (!name || !std::filesystem::is_regular_file(*name, error)) return std::nullopt;
-    const std::uintmax_t size = std::filesystem::file_size(*name, error);
-    std::ifstream file(*name, std::ios::binary);
-    if (!file || error) return std::nullopt;
-    std::string content(size, '\0');
-    file.read(content.data(), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(file.gcount()));
-    if (file.bad() || content.starts_with("bplist")) return std::nullopt;
-    return stringWithMarkupData(std::as_bytes(std::span(content)),
+    const std::optional<std::string> content = contentsOfFile(path);
+    if (!content || content->starts_with("bplist")) return std::nullopt;
+    return stringWithMarkupData(std::as_bytes(std::span(*content)),
                                 {.defaultEncoding = defaultEncoding});
 }
 

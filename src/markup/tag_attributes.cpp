@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "foundation/character_tables.h"
+#include "foundation/find_unit.h"
 #include "foundation/text.h"
 #include "markup/tag_scanner.h"
 
@@ -55,8 +56,7 @@ std::size_t findValue(std::u16string_view tag, std::u16string_view name, const L
     const std::size_t limit = tag.size() - name.size();
     for (std::size_t i = 0; i < limit; ++i) {
         if (isQuote(tag[i])) {
-            i = tag.find(tag[i], i + 1);
-            if (i == kNone) return kNone;
+            i = findUnit(tag, tag[i], i + 1);
             continue;
         }
         if (toUpper(tag[i]) != first || (i > 0 && joinsWord(tag[i - 1]))) continue;

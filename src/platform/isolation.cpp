@@ -38,6 +38,8 @@ constexpr std::string_view kBindAtStart = "LD_BIND_NOW=1";
 constexpr milliseconds kConfirmTime{1000};
 // How long a program may take to start its libraries.
 constexpr std::chrono::seconds kStartTime{30};
+// How long the main context is run before its request is asked whether to go on.
+constexpr milliseconds kContextSlice{10};
 // What may still be read after the deadline: as much as a channel holds that was filled in time,
 // while the thread was busy elsewhere.
 constexpr std::uint64_t kMaxReadLate = std::uint64_t{1} << 20;
@@ -346,8 +348,16 @@ private:
     }
 
     bool wait(short events) {
-        return request_.runsContext ? runContextUntil(channel_.get(), events, deadline_)
-                                    : pollUntil(channel_.get(), events, deadline_);
+        while (request_.runsContext) {
+            if (!request_.runsContextWhile) {
+                return runContextUntil(channel_.get(), events, deadline_);
+            }
+            if (!request_.runsContextWhile()) break;
+            const auto end = std::min(deadline_, Clock::now() + kContextSlice);
+            if (runContextUntil(channel_.get(), events, end)) return true;
+            if (Clock::now() >= deadline_) return false;
+        }
+        return pollUntil(channel_.get(), events, deadline_);
     }
 
     // Kept, since a request that is served inside may find the program dead and replace it.

@@ -40,6 +40,9 @@ struct WorkerRequest {
     // Wait by running the default main context, so that other requests are served meanwhile. The
     // others wait plainly.
     bool runsContext = false;
+    // With it: wait so only while this holds, and plainly from then on. Asked again after each
+    // slice of 0.01 s at most; empty always holds.
+    std::function<bool()> runsContextWhile;
 };
 
 // The workers of one process. One thread uses it; an operation that runs the context may be

@@ -53,6 +53,9 @@ public:
     // way. A process may hold any number of names, each once. A listening socket that the process
     // was started with (LISTEN_FDS, LISTEN_PID) serves the first name instead of one of our own.
     bool registerName(std::string_view name);
+    // Offers the object on the user's session bus as well, under a name of that bus. False when
+    // there is no such bus, or the name is taken.
+    bool joinSessionBus(const char* busName);
     // On: a request waits until the one in progress is done, even while that runs the context.
     // Off (the start value): it may be served inside.
     void setIndependentConversationQueueing(bool on);

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "foundation/text.h"
+#include "platform/pdf_page_picture.h"
 #include "platform/pdf_page_text.h"
 #include "platform/pdf_strings.h"
 
@@ -263,6 +264,22 @@ AttributedText PdfDocument::attributedText() {
         all.append(u"\n", page.style(page.runs().back().style));
     }
     return all;
+}
+
+std::optional<Size> PdfDocument::pageSize(std::size_t index) const {
+    if (state_->locked) return std::nullopt;
+    return sizeOfPage(*state_->document, static_cast<int>(index) + 1);
+}
+
+std::optional<Raster> PdfDocument::pictureOfPage(std::size_t index, PixelSize size,
+                                                 bool shouldAntialias) const {
+    if (state_->locked) return std::nullopt;
+    try {
+        return platform::pictureOfPage(*state_->document, static_cast<int>(index) + 1, size,
+                                       shouldAntialias);
+    } catch (const std::exception&) {
+        return std::nullopt;
+    }
 }
 
 void preparePdfLibrary() {

@@ -1,4 +1,4 @@
-// PDF documents: their properties, and the text of their pages.
+// PDF documents: their properties, and the text and pictures of their pages.
 //
 // The library behind it keeps state for the whole process and may crash, hang or use up memory on
 // damaged documents: it belongs into a worker.
@@ -12,6 +12,8 @@
 
 #include "foundation/property_list.h"
 #include "foundation/size_string.h"
+#include "platform/image_metadata.h"
+#include "platform/raster.h"
 #include "platform/rich_text/attributed_text.h"
 
 namespace corvy::platform {
@@ -45,6 +47,14 @@ public:
     AttributedText attributedTextOfPage(std::size_t index);
     // All pages, each that has text with a line feed after it.
     AttributedText attributedText();
+
+    // What is to be seen of the page (its crop box, turned), in points; none when the page cannot
+    // be had, has no area, or the document is locked.
+    std::optional<Size> pageSize(std::size_t index) const;
+    // The page on white paper, made to fill the size. None as above, and beyond the limits of
+    // pictures.
+    std::optional<Raster> pictureOfPage(std::size_t index, PixelSize size,
+                                        bool shouldAntialias = true) const;
 
 private:
     struct State;

@@ -6,7 +6,7 @@
 
 #include "client/im_export.h"
 #include "platform/library_versions.h"
-#include "service/pdf_conversion.h"
+#include "service/movie_conversion.h"
 #include "service/rich_text_conversion.h"
 #include "text/web_archive.h"
 
@@ -52,7 +52,7 @@ private:
 };
 
 // The program corvystack-worker-NAME of each is one family of foreign libraries.
-constexpr const char* kWorkerFamilies[] = {"pdf", "richtext"};
+constexpr const char* kWorkerFamilies[] = {"image", "movie", "pdf", "richtext"};
 
 void removeNullEntries(Dictionary& dictionary) {
     std::vector<std::u16string> keys;
@@ -92,7 +92,8 @@ constexpr Invocation kInvocations[] = {
     },
     [](CorvyStackHelper& helper, ArgumentReader& in) -> RemoteValue {
         const auto path = in.string();
-        return PropertyList(path ? helper.posterImageForMovieWithFile(*path) : Dictionary());
+        // No path is one that cannot be opened.
+        return PropertyList(helper.posterImageForMovieWithFile(path ? *path : std::u16string()));
     },
     [](CorvyStackHelper& helper, ArgumentReader& in) -> RemoteValue {
         const auto path = in.string();
@@ -132,29 +133,46 @@ CorvyStackHelper::CorvyStackHelper(std::string workerFolder)
 
 CorvyStackHelper::~CorvyStackHelper() = default;
 
-std::optional<Bytes> CorvyStackHelper::PDFImageRepOfFile(std::u16string_view) {
-    return std::nullopt;
+PdfConversionContext CorvyStackHelper::pdfContext() {
+    return {.runWorker =
+                [this](const platform::WorkerRequest& request) { return workers_.run(request); },
+            .textContentOfFileAtPath =
+                [this](const std::u16string& path) {
+                    return mdimporter_->textContentOfFileAtPath(path);
+                }};
 }
 
-std::optional<Dictionary> CorvyStackHelper::imageWithContentsOfFile(std::u16string_view,
-                                                                    const ImageRequest&) {
-    return std::nullopt;
+ImageConversionContext CorvyStackHelper::imageContext() {
+    return {.runWorker =
+                [this](const platform::WorkerRequest& request) { return workers_.run(request); },
+            .convertPdf =
+                [this](const Bytes& pdf, const ImageConversionContext::PdfText& options) {
+                    return ::corvy::attributedStringWithPDF(
+                        pdf, {.file = options.file, .size = options.size}, pdfContext());
+                }};
+}
+
+std::optional<Bytes> CorvyStackHelper::PDFImageRepOfFile(std::u16string_view path) {
+    return ::corvy::PDFImageRepOfFile(path, imageContext());
+}
+
+std::optional<Dictionary> CorvyStackHelper::imageWithContentsOfFile(std::u16string_view path,
+                                                                    const ImageRequest& request) {
+    return ::corvy::imageWithContentsOfFile(path, request, imageContext());
 }
 
 std::optional<Dictionary> CorvyStackHelper::attributedStringWithPDF(bool attributed,
                                                                     const Bytes& pdf) {
-    PdfConversionContext context;
+    return ::corvy::attributedStringWithPDF(pdf, {.attributed = attributed}, pdfContext());
+}
+
+Dictionary CorvyStackHelper::posterImageForMovieWithFile(std::u16string_view path) {
+    MovieConversionContext context;
     context.runWorker = [this](const platform::WorkerRequest& request) {
         return workers_.run(request);
     };
-    context.textContentOfFileAtPath = [this](const std::u16string& path) {
-        return mdimporter_->textContentOfFileAtPath(path);
-    };
-    return ::corvy::attributedStringWithPDF(pdf, {.attributed = attributed}, context);
-}
-
-Dictionary CorvyStackHelper::posterImageForMovieWithFile(std::u16string_view) {
-    return {};
+    context.clock = monotonicSeconds;
+    return ::corvy::posterImageForMovieWithFile(path, context);
 }
 
 std::optional<Dictionary> CorvyStackHelper::attributedStringWithContentsOfFile(

@@ -16,15 +16,10 @@
 #include "foundation/remote_interface.h"
 #include "metadata/meta_data_importer.h"
 #include "platform/isolation.h"
+#include "service/image_conversion.h"
+#include "service/pdf_conversion.h"
 
 namespace corvy {
-
-struct ImageRequest {
-    std::int64_t maxThumbnailSize = 0;  // pixels of the longer side
-    bool alwaysFromImage = false;       // scale the image even when it carries a thumbnail
-    bool stringFromPDF = false;         // add the text of a PDF
-    bool canUseSpotlight = false;       // importers may be asked for that text
-};
 
 struct HtmlRequest {
     std::optional<Url> baseURL;
@@ -38,15 +33,15 @@ public:
     explicit CorvyStackHelper(std::string workerFolder);
     ~CorvyStackHelper();
 
-    // Bytes of a PDF made from an image file. Not built yet: none.
+    // The PDF that a PDF or PostScript file is or becomes; none for all others.
     std::optional<Bytes> PDFImageRepOfFile(std::u16string_view path);
-    // Thumbnail, sizes and properties of an image or PDF file. Not built yet: none.
+    // Thumbnail, sizes and properties of an image or PDF file; none when it cannot be pictured.
     std::optional<Dictionary> imageWithContentsOfFile(std::u16string_view path,
                                                       const ImageRequest& request);
     // Text (plain, or flat RTFD bytes), page count and attributes of a PDF; none when the bytes
     // are no PDF.
     std::optional<Dictionary> attributedStringWithPDF(bool attributed, const Bytes& pdf);
-    // A frame, size and duration of a movie. Not built yet: an empty dictionary.
+    // Duration and size of a movie or sound, 0 where it has none, and a frame if it can be had.
     Dictionary posterImageForMovieWithFile(std::u16string_view path);
     // A document as RTFD. Not built yet: none.
     std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path);
@@ -70,6 +65,9 @@ public:
     const MetaDataImporter& importer() const { return *mdimporter_; }
 
 private:
+    PdfConversionContext pdfContext();
+    ImageConversionContext imageContext();
+
     std::unique_ptr<MetaDataImporter> mdimporter_;
     platform::WorkerPool workers_;
 };

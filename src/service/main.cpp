@@ -16,10 +16,12 @@
 
 namespace {
 
+constexpr const char* kSessionBusName = "org.corvystack.Helper64";
 constexpr double kTimeout = 15.0;  // seconds, for a request and for its reply
 
 struct Options {
     std::string name{corvy::kCorvyStackHelperName};
+    bool sessionBus = false;
 };
 
 // Exits with 0 or 2 where there is nothing to serve.
@@ -29,14 +31,17 @@ Options parse(int argc, char** argv) {
         const std::string_view argument = argv[i];
         if (argument == "--name" && i + 1 < argc) {
             options.name = argv[++i];
+        } else if (argument == "--session-bus") {
+            options.sessionBus = true;
         } else if (argument == "--version") {
             std::puts("corvystack-helper " CORVY_VERSION);
             std::exit(0);
         } else {
             std::fprintf(argument == "--help" ? stdout : stderr,
-                         "usage: corvystack-helper [--name NAME] [--version]\n"
+                         "usage: corvystack-helper [--name NAME] [--session-bus] [--version]\n"
                          "Serves CorvyStack's operations under NAME (CorvyStackHelper64.1) until "
-                         "it is killed.\n");
+                         "it is killed; on the session bus as well, as org.corvystack.Helper64, if "
+                         "asked.\n");
             std::exit(argument == "--help" ? 0 : 2);
         }
     }
@@ -58,6 +63,7 @@ int main(int argc, char** argv) {
     connection.setStatusProperties(corvy::statusProperties(helper));
     // kept: the result is not checked; a process that could not take the name runs on, unreachable.
     connection.registerName(options.name);
+    if (options.sessionBus) connection.joinSessionBus(kSessionBusName);
     connection.setIndependentConversationQueueing(false);
     connection.setRequestTimeout(kTimeout);
     connection.setReplyTimeout(kTimeout);

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "foundation/text.h"
+#include "foundation/unit_vector.h"
 #include "markup/tag_predicates.h"
 #include "text/plain_text_run.h"
 #include "text/plain_text_tag.h"
@@ -44,38 +45,43 @@ bool isMovedAway(std::u16string_view style) {
     return offset(u"TOP") < kNearest || offset(u"LEFT") < kNearest;
 }
 
-// Whether the tag may hide by more than its class. All that says so ("style", "visibility",
-// "display:", "width") has one of three pairs of letters, which are rare; one pass looks for them.
-bool maySayHidden(std::u16string_view tag) {
-    const auto mask = [](bool holds) { return static_cast<std::uint16_t>(-holds); };
-    const auto isPair = [tag, mask](std::size_t i) -> std::uint16_t {
-        const std::uint16_t first = tag[i] | 0x20, second = tag[i + 1] | 0x20;
-        return (mask(first == u't') & mask(second == u'y')) |
-               (mask(first == u'd') & mask(second == u't')) |
-               (mask(first == u'y') & mask(second == u':'));
+// What the letters of a tag may spell, of what can hide an element. False is certain.
+struct HidingWords {
+    bool hidden = false;
+    bool style = false;
+    bool display = false;
+    bool width = false;
+};
+
+// One pass over the tag for a rare pair of letters of each word.
+HidingWords hidingWordsOf(std::u16string_view tag) {
+    UnitMask hidden = {}, style = {}, display = {}, width = {};
+    const auto look = [&](const char16_t* units) {
+        const UnitVector first = UnitVector(units) | 0x20, second = UnitVector(units + 1) | 0x20;
+        hidden |= (first == u'd') & (second == u'd');
+        style |= (first == u't') & (second == u'y');
+        display |= (first == u'y') & (second == u':');
+        width |= (first == u'd') & (second == u't');
     };
-    constexpr std::size_t kBlock = 8;  // units; the loop over them becomes vector operations
-    std::size_t start = 0;
-    for (; start + kBlock < tag.size(); start += kBlock) {
-        std::uint16_t found = 0;
-        for (std::size_t i = 0; i < kBlock; ++i) found |= isPair(start + i);
-        if (found) return true;
-    }
-    for (; start + 1 < tag.size(); ++start) {
-        if (isPair(start)) return true;
-    }
-    return false;
+    const std::size_t last = tag.size() - 1 - UnitVector::kSize;
+    for (std::size_t i = 0; i < last; i += UnitVector::kSize) look(tag.data() + i);
+    look(tag.data() + last);
+    return {
+        .hidden = any(hidden), .style = any(style), .display = any(display), .width = any(width)};
 }
 
 bool isHiddenDiv(const TagCall& call) {
     constexpr std::uint64_t kLeastLength = 16;  // of a tag that can say so
     if (call.tagLength < kLeastLength) return false;
-    if (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden")) return true;
     const std::u16string_view tag = call.tag();
-    if (!maySayHidden(tag)) return false;
-    if (containsInOrder(tag, u"visibility", u"hidden")) return true;
-    if (containsInOrder(tag, u"display:", u"none")) return true;
-    if (isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
+    const HidingWords words = hidingWordsOf(tag);
+    if (words.hidden && (equalNoCase(attributeViewOfTag(call, u"CLASS"), u"hidden") ||
+                         containsInOrder(tag, u"visibility", u"hidden"))) {
+        return true;
+    }
+    if (words.display && containsInOrder(tag, u"display:", u"none")) return true;
+    if (words.style && isMovedAway(attributeViewOfTag(call, u"STYLE"))) return true;
+    if (!words.width) return false;
     const TagSize size = getTagWidth(call.characters, call.tagRange());
     const auto isTiny = [](std::int64_t pixels) { return pixels >= 1 && pixels <= 3; };
     return size.found() && (isTiny(size.width) || size.height < 0 || isTiny(size.height));

@@ -5,6 +5,7 @@
 
 #include "foundation/find_unit.h"
 #include "foundation/text.h"
+#include "foundation/unit_vector.h"
 #include "markup/entities.h"
 
 namespace corvy {
@@ -36,42 +37,50 @@ std::u16string_view decodedRun(const PlainTextContext& page, std::u16string_view
                 run, decoded, {.markup = page.stdEntities, .nonUmlauted = page.nonUmlauted})};
 }
 
-constexpr std::size_t kBlock = 8;  // units; the loops over them become vector operations
+constexpr std::ptrdiff_t kBlock = UnitVector::kSize;
 
-constexpr std::uint16_t maskOf(bool holds) {
-    return static_cast<std::uint16_t>(-holds);
-}
-
-// Whether the block is white space of the kinds that indent markup.
+// Whether the vector of units is white space of the kinds that indent markup.
 bool isIndentation(const char16_t* units) {
-    std::uint16_t other = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        const char16_t c = units[i];
-        other |= maskOf(c != u' ') & maskOf(c != u'\n') & maskOf(c != u'\t') & maskOf(c != u'\r');
-    }
-    return other == 0;
+    const UnitVector c(units);
+    return !any(~((c == u' ') | (c == u'\n') | (c == u'\t') | (c == u'\r')));
 }
 
 // trimWhite for runs that often are a line feed and much indentation.
 std::u16string_view trimmed(std::u16string_view run) {
-    while (run.size() >= kBlock && isIndentation(run.data())) run.remove_prefix(kBlock);
-    return trimWhite(run);
+    const char16_t* in = run.data();
+    const char16_t* const end = in + run.size();
+    if (end - in >= kBlock) {
+        while (end - in >= kBlock && isIndentation(in)) in += kBlock;
+        if (end - in < kBlock && isIndentation(end - kBlock)) return {};
+    }
+    return trimWhite({in, end});
 }
 
-// Whether the block can be copied as it is: no white space in it but single spaces. Looks at one
-// unit more. False also for blocks with other units of the ranges in which white space lies.
-bool isPlainBlock(const char16_t* units) {
-    std::uint16_t odd = 0;
-    for (std::size_t i = 0; i < kBlock; ++i) {
-        const std::uint16_t c = units[i], next = units[i + 1];
-        odd |= maskOf(c < 0x20);
-        odd |= maskOf(static_cast<std::uint16_t>(c - 0x7F) <= 0xA0 - 0x7F);
-        odd |= maskOf(static_cast<std::uint16_t>(c - 0x1680) <= 0x205F - 0x1680);
-        odd |= maskOf(c == 0x3000);
-        odd |= maskOf(c >= 0xFEFF);
-        odd |= maskOf(c == u' ') & maskOf(next == u' ');
+// Whether the vector of units can be copied as it is: no white space in it but single spaces, and
+// nothing to decode. Looks at one unit more. False also for some other units of the ranges in which
+// white space lies.
+bool isPlain(const char16_t* units) {
+    const UnitVector c(units), next(units + 1);
+    return !any((c < 0x20) | (c == u'&') | ((c == u' ') & (next == u' ')) |
+                ((c >= 0x7F) & (c <= 0xA0)) | ((c >= 0x1680) & (c <= 0x205F)) | (c == 0x3000) |
+                (c >= 0xFEFF));
+}
+
+// The same for the whole of a text, which is not empty.
+bool isPlain(std::u16string_view text) {
+    if (isWhite(text.back())) return false;
+    const char16_t* in = text.data();
+    const char16_t* const last = in + text.size() - 1;  // has no next unit
+    if (last - in < kBlock) {
+        for (; in < last; ++in) {
+            if (*in == u'&' || (isWhite(*in) && (*in != u' ' || in[1] == u' '))) return false;
+        }
+        return true;
     }
-    return odd == 0;
+    for (; last - in > kBlock; in += kBlock) {
+        if (!isPlain(in)) return false;
+    }
+    return isPlain(last - kBlock);
 }
 
 // Copies the text, which does not end in white space, with each run of white units as one space.
@@ -81,14 +90,13 @@ char16_t* copyCollapsed(std::u16string_view text, char16_t* out) {
     const char16_t* const end = in + text.size();
     bool behindWhite = false;
     while (in < end) {
-        while (end - in > static_cast<std::ptrdiff_t>(kBlock) && !(behindWhite && isWhite(*in)) &&
-               isPlainBlock(in)) {
+        while (end - in > kBlock && !(behindWhite && isWhite(*in)) && isPlain(in)) {
             std::memmove(out, in, kBlock * sizeof(char16_t));
             behindWhite = in[kBlock - 1] == u' ';
             in += kBlock;
             out += kBlock;
         }
-        const char16_t* const stop = in + std::min<std::ptrdiff_t>(kBlock, end - in);
+        const char16_t* const stop = in + std::min(kBlock, end - in);
         for (; in < stop; ++in) {
             const char16_t unit = *in;
             if (!isWhite(unit)) {
@@ -101,6 +109,18 @@ char16_t* copyCollapsed(std::u16string_view text, char16_t* out) {
         }
     }
     return out;
+}
+
+// White space at the end, which is there only inside `pre`, is no text to collapse.
+void appendCollapsed(PlainTextContext& page, std::u16string_view run) {
+    std::u16string_view text = run;
+    while (!text.empty() && isWhite(text.back())) text.remove_suffix(1);
+    const char16_t last = run.back();
+    page.output = copyCollapsed(text, page.output);
+    if (text.size() == run.size()) return;
+    // kept: it becomes a space and its own last unit.
+    page.write(u' ');
+    page.write(last);
 }
 
 // Throws the current line away when it has grown too long to be of use.
@@ -163,31 +183,33 @@ void appendRangeToPlainText(PlainTextContext& page, std::u16string_view run) {
         page.pendingSpace = page.collapseWhite;
         return;
     }
-    run = decodedRun(page, run);
-    const bool beginsWhite = isWhite(run.front());
-    const bool endsWhite = isWhite(run.back());
-    if (page.collapseWhite) run = trimmed(run);
-    if (run.empty()) {
+    const auto visible = [&page](std::u16string_view units) {
+        return page.collapseWhite ? trimmed(units) : units;
+    };
+    std::u16string_view text = visible(run);
+    const bool plain = !text.empty() && !(page.entities && page.nonUmlauted) && isPlain(text);
+    if (!plain && !text.empty()) {
+        run = decodedRun(page, run);
+        text = visible(run);
+    }
+    if (text.empty()) {
         page.pendingSpace = true;
         return;
     }
-    page.pendingSpace |= beginsWhite;
+    const bool endsWhite = isWhite(run.back());
+    page.pendingSpace |= isWhite(run.front());
     if (page.pendingSpace && (page.lineHasText || (!page.collapseWhite && page.endsInText()))) {
         page.write(u' ');
     }
     if (page.reformat && !page.collapseWhite) {
         // kept: the space owed stays owed, and the line does not count as having text.
-        appendReflowed(page, run);
+        appendReflowed(page, text);
         return;
     }
-    std::u16string_view text = run;
-    while (!text.empty() && isWhite(text.back())) text.remove_suffix(1);
-    page.output = copyCollapsed(text, page.output);
-    if (text.size() < run.size()) {
-        // kept: white space at the end becomes a space and its own last unit.
-        const char16_t last = run.back();
-        page.write(u' ');
-        page.write(last);
+    if (plain) {
+        page.output = std::copy(text.begin(), text.end(), page.output);
+    } else {
+        appendCollapsed(page, text);
     }
     if (dropOverlongLine(page)) return;
     page.pendingSpace = endsWhite;

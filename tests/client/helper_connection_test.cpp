@@ -40,8 +40,8 @@ protected:
 
     std::error_code ignored_;
     test::TemporaryFolder folder_;
-    std::string runtime_ = folder_.file("run");
-    std::string temporary_ = folder_.file("tmp");
+    std::string runtime_ = folder_.path("run");
+    std::string temporary_ = folder_.path("tmp");
 };
 
 using PrivateHelpers = HelperConnection;
@@ -158,17 +158,8 @@ TEST_F(PrivateHelpers, DeathIsNoticedAndRepaired) {
     EXPECT_TRUE(nothingLeft());
 }
 
-TEST_F(PrivateHelpers, HangingHelperIsReplacedAfterItsTimeout) {
-    PrivateHelper helper({.path = kService, .timeout = 0.2});
-    ASSERT_TRUE(helper.start());
-    EXPECT_EQ(kindOfFailure(helper.client(), u"/hang"), TransportError::Kind::timeout);
-    ASSERT_TRUE(helper.start());
-    helper.client().setTimeout(60);
-    EXPECT_TRUE(helper.client().supportsFile(u"/yes"));
-}
-
 TEST_F(PrivateHelpers, FailedStartsLeaveNothing) {
-    PrivateHelper missing({.path = folder_.file("nothing")});
+    PrivateHelper missing({.path = folder_.path("nothing")});
     EXPECT_FALSE(missing.start());
     // It ends without registering, and the start does not wait for the limit.
     PrivateHelper brief({.path = folder_.script("brief", "exit 0")});

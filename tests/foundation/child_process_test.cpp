@@ -103,7 +103,7 @@ TEST(ChildProcess, LeavesNoZombieBehind) {
 
 TEST(ChildProcess, SharesOnlyWhatItShould) {
     const test::TemporaryFolder folder;
-    const std::string result = folder.file("result");
+    const std::string result = folder.path("result");
     setenv("CORVY_TEST_KEPT", "kept", 1);
     setenv("CORVY_TEST_CHANGED", "old", 1);
     const int open = dup(STDERR_FILENO);  // not close-on-exec

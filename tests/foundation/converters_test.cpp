@@ -49,7 +49,7 @@ TEST(Converters, DecodeEveryFamily) {
         {kEUC_CN, "\xD6\xD0\xCE\xC4", u"\u4E2D\u6587"},
         {kHZ_GB_2312, "~{VPND~}.", u"\u4E2D\u6587."},
         {kGB18030, "\x81\x30\x81\x30", u"\u0080"},
-        {kBig5, "\xA4\xA4\xA4\xE5", u"\u4E2D\u6587"},
+        {kBig5, "\xA4\xA4\xA4\xE5\xC6\xE7\xFA\x40", u"\u4E2D\u6587\u3041\U00020547"},
         {kEUC_TW, "\xC4\xE3\xC5\xC6", u"\u4E2D\u6587"},
         {kEUC_KR, "\xC7\xD1\xB1\xDB", u"\uD55C\uAE00"},
         {kWindows1361, "\xD0\x65\x8B\x69", u"\uD55C\uAE00"},

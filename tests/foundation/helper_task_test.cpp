@@ -146,7 +146,7 @@ TEST(HelperTask, LaunchStartsAFreshChildEachTime) {
 TEST(HelperTask, TerminateDoesNotWaitForTheChild) {
     const test::TemporaryFolder folder;
     Names names;
-    const std::string ready = folder.file("ready");
+    const std::string ready = folder.path("ready");
     const auto task =
         taskFor(names, folder.script("deaf", "trap '' TERM; : > '" + ready + "'; exec sleep 60"));
     ASSERT_NE(task->launch(), nullptr);
@@ -161,7 +161,7 @@ TEST(HelperTask, TerminateDoesNotWaitForTheChild) {
 TEST(HelperTask, LogsWhatIsThrownInALaunch) {
     const test::TemporaryFolder folder;
     Names names;
-    const auto missing = taskFor(names, folder.file("nothing"));
+    const auto missing = taskFor(names, folder.path("nothing"));
     const auto broken =
         HelperTask::initWithPath(folder.script("tool", "exec sleep 60"), "Tool.1",
                                  [](std::string_view) -> std::unique_ptr<RootProxy> {
@@ -248,18 +248,18 @@ TEST(HelperTask, LoggingLetsTheOutputThrough) {
     };
     for (const Case& c : {Case{false, ""}, Case{true, "out\nerr\n"}}) {
         const test::TemporaryFolder folder;
-        const std::string done = folder.file("done");
+        const std::string done = folder.path("done");
         const std::string tool =
             folder.script("tool", "echo out; echo err >&2; : > '" + done + "'; exec sleep 60");
         Names names;
         const auto task = taskFor(names, tool, {.logging = !c.logging});
         c.logging ? task->enableLogging() : task->disableLogging();
         {
-            const test::OutputToFile redirected(folder.file("output"));
+            const test::OutputToFile redirected(folder.path("output"));
             task->launch();
         }
         ASSERT_TRUE(eventually([&] { return access(done.c_str(), F_OK) == 0; }));
-        EXPECT_EQ(test::contentsOf(folder.file("output")), c.output);
+        EXPECT_EQ(test::contentsOf(folder.path("output")), c.output);
     }
 }
 

@@ -15,13 +15,13 @@
 
 #include "foundation/apple_double.h"
 #include "foundation/text.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
 
 using namespace std::string_literals;
-using tools::TemporaryFolder;
+using test::TemporaryFolder;
 
 constexpr ResourceType kText = 0x54455854;     // "TEXT"
 constexpr ResourceType kStrings = 0x53545223;  // "STR#"

@@ -67,12 +67,16 @@ protected:
         pool_ = std::make_unique<WorkerPool>(CORVY_BUILD_DIR "/tests");
     }
 
-    void TearDown() override {
-        // While the pool lives there are its warm processes and nothing else, soon after each call.
+    // While the pool lives there are its warm processes and nothing else, soon after each call.
+    void awaitClearing() {
         for (int i = 0; i < 200 && descendants().size() > warmProcesses_; ++i) {
             reapOrphans();
             ::usleep(10'000);
         }
+    }
+
+    void TearDown() override {
+        awaitClearing();
         EXPECT_LE(descendants().size(), warmProcesses_) << testing::PrintToString(descendants());
         pool_.reset();
         reapOrphans();
@@ -178,6 +182,7 @@ TEST_F(Isolation, KeepsToTheWallClock) {
         EXPECT_EQ(pool_->run(hanging), std::nullopt) << operation;
         // Spinning operations fight for the processor with whatever else the machine does.
         EXPECT_LT(secondsSince(start), 10) << operation;
+        awaitClearing();
         EXPECT_LE(descendants().size(), 1U) << operation << " was not cleared away";
     }
 }
@@ -362,6 +367,17 @@ TEST_F(Isolation, RunsTheContextWhileItWaits) {
     EXPECT_EQ(pool_->run(outer), PropertyList());
     nested.order.push_back("outer");
     EXPECT_EQ(nested.order, (std::vector<std::string>{"inner", "outer"}));
+
+    // Only as long as the request says so; later ones wait for its end.
+    nested.order.clear();
+    bool goesOn = true;
+    outer.runsContextWhile = [&] { return std::exchange(goesOn, false); };
+    g_timeout_add(100, serveOther, &nested);
+    EXPECT_EQ(pool_->run(outer), PropertyList());
+    nested.order.push_back("outer");
+    while (nested.order.size() < 2) g_main_context_iteration(nullptr, TRUE);
+    EXPECT_EQ(nested.order, (std::vector<std::string>{"outer", "inner"}));
+    outer.runsContextWhile = nullptr;
 
     // A result that came in time counts, even if the thread was busy past the deadline.
     outer.arguments.set(u"milliseconds", std::int64_t{1});

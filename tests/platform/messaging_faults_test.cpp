@@ -1,7 +1,5 @@
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 
 #include <functional>
 #include <random>
@@ -16,9 +14,7 @@ namespace {
 using Kind = TransportError::Kind;
 
 Descriptor connectTo(const std::string& path) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const sockaddr_un address = addressOf(path);
     Descriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
     EXPECT_EQ(connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     return fd;
@@ -288,13 +284,7 @@ protected:
     Kind failureWhenAnswered(std::string_view bytes) {
         std::filesystem::create_directory(folder_);
         std::filesystem::remove(socketFile());
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        socketFile().copy(address.sun_path, sizeof address.sun_path - 1);
-        const Descriptor listening(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-        EXPECT_EQ(
-            bind(listening.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-        EXPECT_EQ(listen(listening.get(), 1), 0);
+        const Descriptor listening = bindSocket(socketFile(), 1);
         const auto proxy = rootProxyForConnectionWithRegisteredName(kName);
         proxy->setProtocol(&testInterface());
         proxy->setRequestTimeout(0.2);

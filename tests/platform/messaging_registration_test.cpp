@@ -1,8 +1,6 @@
 #include <fcntl.h>
 #include <sys/mount.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <fstream>
 #include <thread>
@@ -18,19 +16,6 @@ using MessagingRegistrationTest = MessagingTest;
 bool canRegister(const char* name = kName) {
     Connection connection;
     return connection.registerName(name);
-}
-
-// A socket bound to the path, without anybody who accepts.
-Descriptor bindSocket(const std::string& path, int backlog) {
-    sockaddr_un address = {};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);
-    Descriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    EXPECT_EQ(bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    if (backlog >= 0) {
-        EXPECT_EQ(listen(fd.get(), backlog), 0);
-    }
-    return fd;
 }
 
 TEST_F(MessagingRegistrationTest, MakesAPrivateSocketAndRemovesIt) {

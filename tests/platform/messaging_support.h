@@ -6,6 +6,8 @@
 #include <signal.h>
 #include <spawn.h>
 #include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 
 #include <chrono>
@@ -78,6 +80,24 @@ private:
     pid_t pid_ = -1;
     Descriptor output_;
 };
+
+inline sockaddr_un addressOf(const std::string& socketFile) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    socketFile.copy(address.sun_path, sizeof address.sun_path - 1);
+    return address;
+}
+
+// A socket bound to the path, listening unless the backlog is negative; nobody accepts.
+inline Descriptor bindSocket(const std::string& path, int backlog) {
+    const sockaddr_un address = addressOf(path);
+    Descriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    EXPECT_EQ(bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    if (backlog >= 0) {
+        EXPECT_EQ(listen(fd.get(), backlog), 0);
+    }
+    return fd;
+}
 
 inline std::string peerProgram() {
     return std::string(CORVY_BUILD_DIR) + "/tests/messaging_peer";

@@ -266,21 +266,5 @@ TEST_F(MessagingServiceTest, TimeoutsOfTheServiceCount) {
     EXPECT_EQ(failureOf([&] { proxy()->call("sleepFor:", {std::int64_t{2000}}); }), Kind::timeout);
 }
 
-TEST_F(MessagingServiceTest, ToolsCanTalkToTheSocket) {
-    if (OtherProcess({"busctl", "--version"}).output().empty()) GTEST_SKIP() << "no busctl";
-    const std::string listing = OtherProcess({"busctl", "--address=unix:path=" + socketFile(),
-                                              "--no-pager", "introspect", ":1.0", "/TestObject"})
-                                    .output();
-    for (const char* part :
-         {".AddToNegated", ".Echo", ".Timeouts", "(dd)", ".Families", "org.corvystack.Status1"}) {
-        EXPECT_NE(listing.find(part), std::string::npos) << part << " not in\n" << listing;
-    }
-    const std::string call =
-        OtherProcess({"busctl", "--address=unix:path=" + socketFile(), "call", ":1.0",
-                      "/TestObject", "org.corvystack.Test1", "Echo", "av", "1", "s", "hello"})
-            .output();
-    EXPECT_EQ(call, "av 1 s \"hello\"\n");
-}
-
 }  // namespace
 }  // namespace corvy::platform

@@ -305,10 +305,10 @@ TEST(PropertyListReader, BoundsWhatAFileMakesOfItself) {
 
 TEST(PropertyListReader, ReadsFiles) {
     const test::TemporaryFolder folder;
-    std::ofstream(folder.file("a.plist")) << "<plist><string>x</string></plist>";
-    std::ofstream(folder.file("empty"));
-    EXPECT_EQ(readPropertyListFile(fromUtf8(folder.file("a.plist"))), PropertyList(u"x"));
-    for (const std::string& path : {folder.file("empty"), folder.file("missing"), folder.file(""),
+    std::ofstream(folder.path("a.plist")) << "<plist><string>x</string></plist>";
+    std::ofstream(folder.path("empty"));
+    EXPECT_EQ(readPropertyListFile(fromUtf8(folder.path("a.plist"))), PropertyList(u"x"));
+    for (const std::string& path : {folder.path("empty"), folder.path("missing"), folder.path(""),
                                     "/dev/zero"s, ""s, "a\0b"s}) {
         EXPECT_EQ(readPropertyListFile(fromUtf8(path)), std::nullopt) << path;
     }

@@ -5,7 +5,7 @@
 #include "platform/rich_text/rtfd.h"
 #include "platform/rich_text/rtfd_package.h"
 #include "service/rich_text_conversion.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy {
 namespace {
@@ -25,7 +25,7 @@ TEST(RichTextProcess, WritesPackages) {
                           .isFolder = true,
                           .entries = {{.name = u"in", .contents = Bytes::copyOf("inside")}}},
                          {}, {});
-    const tools::TemporaryFolder disk;
+    const test::TemporaryFolder disk;
     const std::string path = disk.path("a \xC3\xA9\xFF.rtfd");
     ASSERT_TRUE(write(*platform::rtfdOf(document), path));
     const auto package = platform::readPackage(path);
@@ -40,7 +40,7 @@ TEST(RichTextProcess, WritesPackages) {
 }
 
 TEST(RichTextProcess, WhatIsNoDocumentIsNotWritten) {
-    const tools::TemporaryFolder disk;
+    const test::TemporaryFolder disk;
     EXPECT_FALSE(write(Bytes::copyOf("text"), disk.path("a.rtfd")));
     EXPECT_FALSE(write({}, disk.path("a.rtfd")));
     EXPECT_FALSE(write(Bytes::copyOf("rtfd"), disk.path("a.rtfd")));

@@ -32,7 +32,7 @@ public:
 
 private:
     TemporaryFolder folder_;
-    std::string path_ = folder_.file("");
+    std::string path_ = folder_.path("");
 };
 
 // The processes whose parent is the given one.

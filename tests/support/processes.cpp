@@ -2,42 +2,16 @@
 
 #include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <stdexcept>
 #include <thread>
 
 namespace corvy::test {
-
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = std::filesystem::temp_directory_path() / "corvy-test-XXXXXX";
-    if (!mkdtemp(pattern.data())) throw std::runtime_error("no temporary folder");
-    path_ = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
-
-std::string TemporaryFolder::file(std::string_view name) const {
-    return path_ + '/' + std::string(name);
-}
-
-std::string TemporaryFolder::script(std::string_view name, std::string_view body) const {
-    std::string path = file(name);
-    std::ofstream(path) << "#!/bin/sh\n" << body << '\n';
-    chmod(path.c_str(), 0700);
-    return path;
-}
 
 std::string contentsOf(const std::string& path) {
     std::ifstream stream(path);

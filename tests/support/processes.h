@@ -5,25 +5,10 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
+
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::test {
-
-// A folder of its own, removed with everything in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-    std::string file(std::string_view name) const;
-    // Writes an executable shell script; gives its path.
-    std::string script(std::string_view name, std::string_view body) const;
-
-private:
-    std::string path_;
-};
 
 // "" when there is no such file.
 std::string contentsOf(const std::string& path);

@@ -29,7 +29,7 @@ TEST(PlainText, BreaksLines) {
         {"paragraphs", u"<p>a</p><p>b</p>", u"a\n\nb\n\n"},
         {"only the first break counts", u"a<br><br>b", u"a\nb"},
         {"lists", u"<ul><li>a<li>b</ul>c", u"a\nb\nc"},
-        {"definitions", u"<dl><dt>a<dd>b</dl>", u"a\nb\n"},
+        {"definitions", u"<dl><dt>a<dd>b<dt>c</dl>", u"a\nb\nc\n"},
         {"headings, any digit", u"a<h0>b</h0>c<H9>d</H9>", u"a\n\nb\n\nc\n\nd\n\n"},
         {"no heading", u"a<h>b<hx>c<h10>d", u"abcd"},
         {"rules, blocks and quotations", u"a<hr/>b<DIV>c</DIV>d<BlockQuote>e",
@@ -63,6 +63,7 @@ TEST(PlainText, LaysOutTables) {
 TEST(PlainText, CollapsesWhiteSpace) {
     static constexpr Case cases[] = {
         {"ends are trimmed", u" \n a \t ", u"a"},
+        {"indentation and a short word", u"x<b>\n        ab", u"x ab"},
         {"runs inside", u"a \n\u2009\u3000 b", u"a b"},
         {"across tags", u"a <b> b</b> c", u"a b c"},
         {"white text between tags", u"a<b> </b>c", u"a c"},
@@ -86,6 +87,27 @@ TEST(PlainText, KnowsEveryWhiteUnit) {
         std::u16string expected = page;
         if (isWhite(c)) expected[10] = u' ';
         ASSERT_EQ(stringByConvertingHtml2PlainText(page), expected) << unit;
+    }
+}
+
+// Runs are copied by vectors of units where nothing in them changes.
+TEST(PlainText, FindsWhatChangesAnywhereInARun) {
+    static constexpr std::pair<std::u16string_view, std::u16string_view> kChanges[] = {
+        {u"  ", u" "}, {u" \n", u" "}, {u"\n", u" "},    {u"&amp;", u"&"},  {u" &lt; ", u" < "},
+        {u"&", u"&"},  {u" ", u" "},   {u"&#32;", u" "}, {u"\u3000", u" "}, {u"\u4E2D", u"\u4E2D"}};
+    for (const auto& [change, text] : kChanges) {
+        for (std::size_t before = 1; before < 28; ++before) {
+            for (std::size_t behind = 2; behind < 28; ++behind) {
+                const std::u16string white(before % 11, behind % 2 ? u' ' : u'\t');
+                const std::u16string_view space = white.empty() ? u"" : u" ";
+                std::u16string page = u"x<b>", expected = u"x";
+                page.append(white).append(before, u'a').append(change).append(behind, u'b');
+                page.append(white).append(u"</b>y");
+                expected.append(space).append(before, u'a').append(text).append(behind, u'b');
+                expected.append(space).append(u"y");
+                ASSERT_EQ(stringByConvertingHtml2PlainText(page), expected) << toUtf8(page);
+            }
+        }
     }
 }
 
@@ -136,6 +158,7 @@ TEST(PlainText, LeavesOutWhatIsHidden) {
         {"not far enough", u"<div style='position:absolute;left:-1000px'>a</div>", u"a\n\n"},
         {"not absolute", u"<div style='position:relative;left:-2000px'>a</div>", u"a\n\n"},
         {"choices", u"a<select><option>b</option>c<option selected>d</select>e", u"ace"},
+        {"hidden up to the body", u"<option>a<body>b", u"b"},
         {"option that is never closed", u"<option>a<div>b", u"b"},
         {"frames", u"a<iframe>b</iframe>c<noframes>d</noframes>e<noscript>f</noscript>g", u"aceg"},
         {"not nested", u"<marquee>a<marquee>b</marquee>c</marquee>d", u"cd"},
@@ -145,6 +168,17 @@ TEST(PlainText, LeavesOutWhatIsHidden) {
         {"empty elements hide nothing", u"<textarea/>a<iframe/>b<option/>c", u"abc"},
     };
     expectTexts(cases);
+}
+
+TEST(PlainText, LeavesFieldsThatAreNeverClosed) {
+    for (const std::u16string_view field : {u"<textarea>", u"<marquee>"}) {
+        for (const std::u16string_view tag : {u"<div>", u"<h3>", u"<pre>", u"<body>", u"<input>",
+                                              u"<select>", u"<option/>", u"x<table>"}) {
+            std::u16string page = u"xy";
+            page.append(field).append(u"a").append(tag).append(u"b");
+            EXPECT_TRUE(stringByConvertingHtml2PlainText(page).ends_with(u"b")) << toUtf8(page);
+        }
+    }
 }
 
 TEST(PlainText, FindsWhatHidesAnywhereInATag) {
@@ -192,7 +226,7 @@ TEST(PlainText, ObeysDirectivesOfIndexers) {
         {"all", u"a<!--GOOGLEOFF: ALL-->b<!--googleon: snippet-->c", u"a"},
         {"anchor changes nothing", u"a<!--googleoff: anchor-->b", u"ab"},
         {"on before off", u"<!--googleoff: index-->a<!--googleoff: googleon: index-->b", u"b"},
-        {"shortest", u"<!--googleoff:all->a<!--googleoff:all-->b", u""},
+        {"shortest", u"a<!-googleoff:all->b<!-googleoff: all->c", u"ab"},
         {"feed dates", u"a<font class=feed_date>b</font>c<font class=Feed_Date>d", u"acd"},
     };
     expectTexts(cases, {.googleTags = true});
@@ -203,12 +237,14 @@ TEST(PlainText, ObeysDirectivesOfIndexers) {
         u"b");
 }
 
-// 105 letters and 21 separators inside.
-const std::u16string kProse = [] {
+std::u16string repeated(std::u16string_view piece, int times) {
     std::u16string text;
-    for (int i = 0; i < 22; ++i) text += u"seven77 ";
+    while (times-- > 0) text += piece;
     return text;
-}();
+}
+
+// 154 letters and digits, and 21 separators inside.
+const std::u16string kProse = repeated(u"seven77 ", 22);
 
 TEST(PlainText, RemovesJunk) {
     struct JunkCase {
@@ -228,11 +264,13 @@ TEST(PlainText, RemovesJunk) {
         {"the first size counts", u"<font style='padding:1px;font-size:9pt;x:2pt'>a", u"a", false},
         {"tiny prose", tiny + kProse + end + u"a", u"a", true},
         {"tiny, but no prose", tiny + x(200) + end + u"a", u"a", false},
+        {"tiny, but words too short", tiny + repeated(u"five5 ", 30) + end + u"a", u"a", false},
         {"longest run", x(10000), x(10000), false},
         {"longer run", u"a" + x(10000) + u"<b>b", u"b", true},
         {"longest link", u"<a>" + x(3500) + u"</a>", x(3500), false},
         {"longer link", u"<a>" + x(3501) + u"</a>b", u"b", true},
         {"longer heading", u"<h1>" + x(3501) + u"</h1>b", u"b", true},
+        {"links closed before", u"</a></a><a>" + x(3501) + u"</a>b", u"b", true},
         {"empty link opens", u"<a/>" + x(3501) + u"<b>b", u"b", true},
         {"longest line", x(10000) + u"<b>" + x(10000), x(20000), false},
         {"longer line", u"a<br>" + x(10000) + u"<b>" + x(10000) + u"<b>y", u"a\n", true},

@@ -161,8 +161,8 @@ TEST(WebArchive, LeavesOutWhatFilesMultiply) {
 TEST(WebArchive, ReadsFiles) {
     const test::TemporaryFolder folder;
     const auto write = [&](const char* name, std::string_view contents) {
-        std::ofstream(folder.file(name), std::ios::binary) << contents;
-        return fromUtf8(folder.file(name));
+        std::ofstream(folder.path(name), std::ios::binary) << contents;
+        return fromUtf8(folder.path(name));
     };
     const auto xml = write("xml",
                            "<plist><dict><key>WebMainResource</key><dict>"
@@ -186,7 +186,7 @@ TEST(WebArchive, ReadsFiles) {
     EXPECT_EQ(searchableTextOfFile(image).baseURL, Url{u"http://b/"});
     for (const auto& path :
          {write("empty", ""), write("html", "<html><p>x"), write("cut", "bplist00"),
-          fromUtf8(folder.file("missing")), std::u16string()}) {
+          fromUtf8(folder.path("missing")), std::u16string()}) {
         EXPECT_EQ(searchableTextOfFile(path).text, std::nullopt) << toUtf8(path);
         EXPECT_EQ(searchableTextOfFile(path).baseURL, std::nullopt) << toUtf8(path);
         EXPECT_EQ(documentSourceOfFile(path).source, std::nullopt) << toUtf8(path);

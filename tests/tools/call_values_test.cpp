@@ -4,11 +4,13 @@
 
 #include "client/im_export.h"
 #include "foundation/text.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::tools {
 
 namespace {
+
+using test::TemporaryFolder;
 
 const RemoteArgument kObject{"value", RemoteType::object};
 const RemoteArgument kFlag{"flag", RemoteType::flag};

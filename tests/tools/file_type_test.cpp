@@ -18,8 +18,8 @@ TEST(FileType, KnowsExtensions) {
     static constexpr Case cases[] = {
         {"a.pdf", "com.adobe.pdf", "pdf"},
         {"folder.txt/A.PDF", "com.adobe.pdf", "pdf"},
-        {"a.aac", "public.aac-audio", "sound"},  // first of the table
-        {"a.yml", "public.yaml", "text"},        // last
+        {"a.3g2", "public.3gpp2", "movie"},  // first of the table
+        {"a.yml", "public.yaml", "text"},    // last
         {"a.tar.md", "net.daringfireball.markdown", "text"},
         {"memo.rtfd/", "com.apple.rtfd", "richtext"},
         {"pdf", "", ""},
@@ -42,15 +42,31 @@ TEST(FileType, LooksAtTheFirstBytes) {
     // A character that the end of the head cuts in two.
     std::string cut(kHeadLength, 'x');
     cut.back() = '\xC3';
+    std::string stream(kHeadLength, '\0');
+    for (std::size_t at = 0; at < stream.size(); at += 188) stream[at] = 'G';
+    std::string odd = stream;
+    odd[188] = 'g';
     struct Case {
         std::string_view head, kind;
     };
     const Case cases[] = {
         {"%PDF-1.4\n\xFF\xFE", "pdf"},
         {"\0\0 junk before %PDF-1.4"sv, "pdf"},
+        {"bplist00\xD1\1\2_\x10\x0FWebMainResource", "webarchive"},
+        {"<?xml version='1.0'?>\n<plist><dict><key>WebMainResource</key>", "webarchive"},
+        {"bplist00\xD1\1\2", "other"},
+        {"\xEF\xBB\xBF \n<!DocType HTML>", "html"},
+        {"<?xml version='1.0'?><!-- a -->\n<html\nlang=de>", "html"},
+        {"<!-- a --><HTML>\xFF", "html"},
+        {"<htmlx>", "text"},
+        {"<!DOCTYPE svg>", "text"},
+        {"<!-- <html> ", "text"},
+        {"see <html>", "text"},
         {"# Read me\n\tplease\r\n", "text"},
         {"na\xC3\xAFve", "text"},
         {cut, "text"},
+        {stream, "movie"},
+        {odd, "other"},
         {"whole, but cut \xC3", "other"},
         {"na\xEFve", "other"},
         {"zero\0"sv, "other"},

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include "tests/tools/program.h"
-#include "tests/tools/temporary_folder.h"
 #include "tools/toolkit/toolkit_bridge.h"
 
 namespace corvy::tools {

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "tests/tools/program.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace corvy::tools {
 namespace {
@@ -15,6 +14,8 @@ TEST(MarkupCommands, AnswerAndTellByTheirExitStatus) {
         "content='a,&#10;b'><base href=http://example.org/x><link rel=canonical href=/c>"
         "<link rel='Shortcut icon' href=i.ico></head><body><img src=p.png>text <b>more</b></body>");
     const std::string bare = folder.write("bare.html", "no markup \xE4");
+    const std::string feed = folder.write(
+        "feed", "<rss><title>\xC3\xA9</title><item><link>/l</link><title>t</title></item>");
     struct Case {
         std::vector<std::string> arguments;
         int status;
@@ -40,6 +41,13 @@ TEST(MarkupCommands, AnswerAndTellByTheirExitStatus) {
         {{"html", "title", folder.path() + "/missing"}, 1, ""},
         {{"html", "title"}, 2, ""},
         {{"html", "strip", "--tag", "b", "--links", page}, 2, ""},
+        {{"feed", "items", "--url", "http://a/b", feed},
+         0,
+         "{\"title\": \"t\", \"description\": \"\", \"content\": \"\", \"author\": \"\", "
+         "\"date\": \"\", \"link\": \"http://a/l\"}\n"},
+        {{"feed", "html", "--style", bare, feed}, 0, "<html>\n<head>\n<meta "},
+        {{"feed", "items", page}, 1, ""},
+        {{"feed", feed}, 2, ""},
         {{"charset", "detect", page}, 0, "ISO-8859-1\n"},
         {{"charset", "detect", bare}, 1, ""},
         {{"charset", "decode", "--charset", "latin1", bare}, 0, "no markup \xC3\xA4"},

@@ -1,8 +1,7 @@
-// corvystack text and errorpage as a person runs them.
+// corvystack text, errorpage and html article as a person runs them.
 #include <gtest/gtest.h>
 
 #include "tests/tools/program.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace corvy::tools {
 namespace {
@@ -17,6 +16,11 @@ TEST(PlainTextCommands, PrintWhatTheyFind) {
     const std::string chinese = page("c.html", "<meta charset=gb2312>\xC4\xE3");
     const std::string notes = page("d.txt", "1 <2\n\n3>");
     const std::string gone = page("e.html", "<title>404 Not Found</title><body><h1>Not found</h1>");
+    std::string words = "word";
+    for (int i = 0; i < 120; ++i) words += " word";
+    const std::string story = "<h1>A</h1><h2>B</h2>" + words;
+    const std::string article =
+        page("f.html", "<body><p>menu</p>" + story + "<hr><p>foot</p></body>");
     struct Case {
         std::vector<std::string> arguments;
         int status;
@@ -31,6 +35,10 @@ TEST(PlainTextCommands, PrintWhatTheyFind) {
         {{"text", notes}, 0, "1 <2\n\n3>\n"},
         {{"text", html + ".none"}, 1, ""},
         {{"text"}, 2, ""},
+        {{"html", "article", article}, 0, "<body>\n" + story + "\n</body>\n"},
+        {{"html", "article", html}, 1, ""},
+        {{"html", "article", "--reader", article}, 0, "A\n\nB\n\n" + words + "\n"},
+        {{"html", "article", "--reader", page("g.html", "<body> ")}, 1, ""},
         {{"errorpage", gone}, 1, ""},
         {{"errorpage", "--url", "http://a/404.html", gone}, 0, "error page\n"},
         {{"errorpage", "--title", "Home", notes}, 1, ""},

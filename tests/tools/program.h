@@ -6,24 +6,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
-#include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/processes.h"
 
 namespace corvy::tools {
 
-// Runs until the condition holds; false when it does not within 20 s.
-inline bool eventually(const std::function<bool()>& condition) {
-    for (int i = 0; i < 2000; ++i) {
-        if (condition()) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
-    return false;
-}
+using test::eventually;
+using test::TemporaryFolder;
 
 class Program {
 public:

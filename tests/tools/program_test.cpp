@@ -9,7 +9,6 @@
 #include "tests/support/helper_process.h"
 #include "tests/support/pdf_builder.h"
 #include "tests/tools/program.h"
-#include "tests/tools/temporary_folder.h"
 
 namespace corvy::tools {
 
@@ -229,24 +228,6 @@ TEST_F(ProgramTest, ImportsWhatIsInAFolder) {
     const Ran empty = run({"import", folder_.path("none")});
     EXPECT_EQ(empty.status, 0);
     EXPECT_EQ(empty.out, "");
-}
-
-TEST_F(ProgramTest, ImportsManySmallFilesInOrder) {
-    for (int i = 0; i < 1000; ++i) {
-        const std::string number = std::to_string(1000 + i);
-        folder_.write("in/" + number + ".txt", number);
-    }
-    const Ran ran =
-        run({"import", folder_.path("in"), "--jobs", "8", "--out", folder_.path("out")});
-    EXPECT_EQ(ran.status, 0);
-    const auto records = recordsIn(folder_.read("out/records.jsonl"));
-    ASSERT_EQ(records.size(), 1000U);
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        const std::string number = std::to_string(1000 + i);
-        ASSERT_TRUE(entry(records[i], u"path").ends_with("/" + number + ".txt"));
-        const std::string text = entry(*records[i].find(u"text")->dictionary(), u"file");
-        ASSERT_EQ(folder_.read("out/" + text), number);
-    }
 }
 
 TEST_F(ProgramTest, NamesAFileThatMayNotBeRead) {

@@ -2,11 +2,13 @@
 
 #include <stdexcept>
 
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::tools {
 
 namespace {
+
+using test::TemporaryFolder;
 
 constexpr const char* kRecords =
     R"({"path": "a", "size": 5, "modified": "1970-01-01T00:01:40.000Z", "text": {"file": "text/000001.txt", "length": 5}})"

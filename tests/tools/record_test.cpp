@@ -22,9 +22,14 @@ TEST(ImportRecord, HasKeysOnlyForWhatItKnows) {
               R"("properties": {"Title": "T", "CreationDate": {"date": 1.5}}, "pages": 3, )"
               R"("seconds": 0.013})");
 
-    record = {.path = "e", .text = RecordText{.string = {}, .file = "text/1.txt", .length = 9}};
+    record = {.path = "e",
+              .text = RecordText{.string = {}, .file = "text/1.txt", .length = 9},
+              .thumbnail = RecordThumbnail{.file = "thumbnails/1.png", .width = 3, .height = 2},
+              .duration = 1.5F};
     EXPECT_EQ(jsonOfRecord(record),
-              R"({"path": "e", "text": {"file": "text/1.txt", "length": 9}, "seconds": 0})");
+              R"({"path": "e", "text": {"file": "text/1.txt", "length": 9}, )"
+              R"("thumbnail": {"file": "thumbnails/1.png", "width": 3, "height": 2}, )"
+              R"("duration": 1.5, "seconds": 0})");
 }
 
 TEST(ImportRecord, WritesTimes) {

@@ -71,6 +71,15 @@ TEST(ToolkitBridge, CallsOperations) {
         {"dictionary",
          R"({"id": 1, "op": "htmlMetaAttributes", "self": "<meta name=A content=b>"})",
          R"({"id": 1, "result": {"dict": {"a": "b"}}})"},
+        {"dictionaries inside", R"({"id": 1, "op": "getItemsOfFeed:",
+            "self": "<rss><item><link>/l</link><enclosure url=u /></item>",
+            "args": [{"url": "http://a/"}]})",
+         R"({"id": 1, "result": [{"dict": {"title": "", "description": "", "content": "", )"
+         R"("author": "", "enclosures": [{"dict": {"url": "u"}}], "date": "", )"
+         R"("link": "http://a/l"}}]})"},
+        {"a dictionary's own values", R"({"id": 1, "op": "isEmptyFeedItem", "self": {"dict": {
+            "calendarDate": {"date": 1.5}, "enclosures": [{"dict": {}}], "content": "x"}}})",
+         R"({"id": 1, "result": false})"},
         {"text in capitals", R"({"id": 1, "op": "isMarkupMIMEType", "self": "Text/CSS"})",
          R"({"id": 1, "result": true})"},
         {"RSS in capitals is none",
@@ -112,6 +121,11 @@ TEST(ToolkitBridge, SaysWhatIsWrong) {
         {"no unit", R"("op": "toLower", "args": [65536])", "toLower takes (; code unit)"},
         {"number for a boolean", R"("op": "stripTagBodies:except:", "self": "", "args": [[], 1])",
          "stripTagBodies:except: takes (string; list of strings, boolean)"},
+        {"no value", R"("op": "isEmptyFeedItem", "self": {"dict": {"a": {"b": 1}}})",
+         "isEmptyFeedItem takes (dictionary)"},
+        {"a plain object",
+         R"("op": "stringByConvertingItemsToDisplayHTML", "self": [{"link": ""}])",
+         "stringByConvertingItemsToDisplayHTML takes (list of dictionaries)"},
         {"list of other things", R"("op": "stripTagBodies:", "self": "", "args": [[1]])",
          "stripTagBodies: takes (string; list of strings)"},
         {"negative range", R"("op": "isTagOpenInRange:", "self": "", "args": [{"range": [-1, 2]}])",

@@ -2,12 +2,14 @@
 
 #include <sys/stat.h>
 
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 #include "tools/import/file_type.h"
 
 namespace corvy::tools {
 
 namespace {
+
+using test::TemporaryFolder;
 
 // "NAME" or "NAME!ERROR" of what the walk meets, names below the folder.
 std::vector<std::string> walked(const TemporaryFolder& folder, std::vector<std::string> paths,

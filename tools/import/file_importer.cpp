@@ -12,12 +12,17 @@
 #include <string_view>
 #include <utility>
 
+#include "feeds/feed.h"
+#include "feeds/feed_page.h"
+#include "foundation/big_endian.h"
+#include "foundation/size_string.h"
 #include "foundation/text.h"
-#include "markup/markup_decoding.h"
+#include "markup/queries.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
 #include "tools/import/plain_text.h"
+#include "tools/markup/input.h"
 
 namespace corvy::tools {
 
@@ -26,6 +31,13 @@ namespace {
 // In bytes. Decoded text takes up to twice as much memory, and its record once more.
 constexpr std::uint64_t kLongestPlainText = std::uint64_t{256} << 20;
 constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
+
+constexpr std::string_view kThumbnailOperation =
+    "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
+constexpr std::int64_t kThumbnailSize = 256;  // pixels
+
+// What feeds often are by their names.
+constexpr std::string_view kXmlType = "public.xml";
 
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
@@ -45,6 +57,11 @@ bool isBlank(std::u16string_view text) {
     });
 }
 
+void addTitle(std::u16string_view html, ImportRecord& record) {
+    std::u16string title = normalizedHtmlTitle(html);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
+}
+
 // The first bytes of a file; empty when it cannot be read.
 std::string headOf(const std::string& path) {
     std::string head;
@@ -55,6 +72,14 @@ std::string headOf(const std::string& path) {
     ::close(file);
     head.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
     return head;
+}
+
+// Of an output file, such as "text/000007.txt".
+std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
+    char name[60];
+    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
+                  static_cast<unsigned long long>(number), extension);
+    return name;
 }
 
 }  // namespace
@@ -68,12 +93,18 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             // Nothing to read.
         } else if (record.kind == "pdf") {
             stopped = !importPdf(file, number, record);
+        } else if (record.kind == "image") {
+            stopped = !importImage(file, number, record);
+        } else if (record.kind == "feed" || record.type == kXmlType) {
+            importXml(file, number, record);
         } else if (record.kind == "text" && settings_.texts) {
             importPlainText(file, number, record);
-        } else if (record.kind == "html" && settings_.texts) {
+        } else if (record.kind == "html") {
             importHtml(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
+        } else if (record.kind == "movie" || record.kind == "sound") {
+            stopped = !importMovie(file, number, record);
         }
     } catch (const std::bad_alloc&) {
         record.error = "tooLarge";
@@ -148,6 +179,42 @@ bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, Import
     }
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
     record.properties = std::move(*entries);
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
+    // A page that cannot be drawn is no fault of the record.
+    const HelperSlot::Answer picture = callForThumbnail(file);
+    const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
+    const PropertyList* thumbnail = drawn ? drawn->find(u"Thumbnail") : nullptr;
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    return !picture.stopped;
+}
+
+HelperSlot::Answer FileImporter::callForThumbnail(const FoundFile& file) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    return helper_.call(kThumbnailOperation,
+                        {PropertyList(pathFromBytes(path)), PropertyList(kThumbnailSize),
+                         PropertyList(false), PropertyList(false), PropertyList(false)});
+}
+
+// False when the helper was stopped.
+bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    HelperSlot::Answer answer = callForThumbnail(file);
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    if (entries == nullptr) {
+        record.error = "damaged";
+        return true;
+    }
+    const PropertyList* thumbnail = entries->find(u"Thumbnail");
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    entries->remove(u"Thumbnail");
+    // Those of pixels have their properties in a dictionary, drawings have their sizes beside.
+    PropertyList* properties = entries->find(u"Properties");
+    record.properties = properties != nullptr && properties->dictionary() != nullptr
+                            ? std::move(*properties->dictionary())
+                            : std::move(*entries);
     return true;
 }
 
@@ -169,8 +236,63 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
         return true;
     }
     if (settings_.texts) addText(*std::move(text), number, record);
+    addTitle(stringOf(*entries, u"Source").value_or(u""), record);
     if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
     return true;
+}
+
+// False when the helper was stopped.
+bool FileImporter::importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("posterImageForMovieWithFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    const PropertyList* duration = entries ? entries->find(u"Duration") : nullptr;
+    const PropertyList* thumbnail = entries ? entries->find(u"Thumbnail") : nullptr;
+    const auto size = entries ? sizeFromString(stringOf(*entries, u"Size").value_or(u"")) : Size();
+    const double seconds = duration ? duration->number().value_or(0) : 0;
+    const bool hasSize = size && *size != Size();
+    // What is no movie at all has nothing but zeros.
+    if (seconds == 0 && !hasSize && !thumbnail) record.error = "damaged";
+    if (seconds > 0) record.duration = static_cast<float>(seconds);
+    if (hasSize) record.properties.set(u"Size", sizeString(*size));
+    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+    return true;
+}
+
+void FileImporter::importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
+    const FileContents contents =
+        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
+    if (contents.error != 0) {
+        record.error = errorOfReading(contents.error);
+        return;
+    }
+    const auto feed = textOfSavedPage(contents.bytes);
+    if (feed && isFeed(*feed)) {
+        record.kind = "feed";
+        importFeed(*feed, number, record);
+    } else if (record.kind == "feed") {
+        record.error = "damaged";
+    } else if (settings_.texts) {
+        addText(plainText(contents.bytes.chars()), number, record);
+    }
+}
+
+void FileImporter::importFeed(std::u16string_view feed, std::uint64_t number,
+                              ImportRecord& record) {
+    const Array items = getItemsOfFeed(feed);
+    std::u16string title = titleOfFeed(feed);
+    if (!title.empty()) record.properties.set(u"Title", std::move(title));
+    record.properties.set(u"ItemCount", static_cast<std::int64_t>(items.size()));
+    if (!settings_.texts) return;
+    addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
+                                             {.reformat = true, .onlyBody = true}),
+            number, record);
 }
 
 // The text that is searched: of the body, as in web archives.
@@ -181,7 +303,9 @@ void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, Impor
         record.error = errorOfReading(contents.error);
         return;
     }
-    const auto page = stringWithMarkupData(contents.bytes);
+    const auto page = textOfSavedPage(contents.bytes);
+    if (page) addTitle(*page, record);
+    if (!settings_.texts) return;
     if (page) {
         addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
                 number, record);
@@ -201,6 +325,24 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     }
 }
 
+void FileImporter::addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record) {
+    if (settings_.outFolder.empty() || !settings_.thumbnails) return;
+    RecordThumbnail entry{.file = numberedName("thumbnails", number, "png")};
+    const std::string path = settings_.outFolder + "/" + entry.file;
+    if (!writePicture_(tiff, path)) {
+        record.error = "notWritable";
+        return;
+    }
+    // Width and height stand first in every PNG.
+    constexpr std::size_t kSizes = 16;
+    const std::string head = headOf(path);
+    if (head.size() < kSizes + 8) return;
+    const auto bytes = std::as_bytes(std::span(head));
+    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
+    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
+    record.thumbnail = std::move(entry);
+}
+
 void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {
     if (isBlank(text)) {
         record.error = "noText";
@@ -209,9 +351,7 @@ void FileImporter::addText(std::u16string text, std::uint64_t number, ImportReco
     RecordText entry;
     entry.length = text.size();
     if (!settings_.outFolder.empty()) {
-        char name[40];
-        std::snprintf(name, sizeof name, "text/%06llu.txt",
-                      static_cast<unsigned long long>(number));
+        const std::string name = numberedName("text", number, "txt");
         if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
             entry.file = name;
         } else {

@@ -23,7 +23,8 @@ inline constexpr std::size_t kHeadLength = 4096;
 
 // By the extension of the file's name; null for one that is not known.
 const FileType* typeForName(std::string_view name);
-// By the first bytes: PDF, plain text, or data of no known type.
+// By the first bytes: PDF, a picture, MPEG transport stream, web archive, HTML, plain text, or data
+// of no known type.
 FileType typeForHead(std::span<const std::byte> head);
 // Whether a PDF begins somewhere in the first 1,024 bytes, where readers look for it.
 bool hasPdfSignature(std::span<const std::byte> head);

@@ -57,8 +57,14 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
         text.set(u"length", static_cast<std::int64_t>(record.text->length));
         json.set(u"text", std::move(text));
     }
+    if (record.thumbnail) {
+        json.set(u"thumbnail", Dictionary{{u"file", asciiText(record.thumbnail->file)},
+                                          {u"width", record.thumbnail->width},
+                                          {u"height", record.thumbnail->height}});
+    }
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
     if (record.pages) json.set(u"pages", *record.pages);
+    if (record.duration) json.set(u"duration", *record.duration);
     json.set(u"seconds", std::round(record.seconds * 1000) / 1000);
     if (!record.error.empty()) json.set(u"error", asciiText(record.error));
     return jsonOf(std::move(json), {.pretty = pretty, .plainDictionaries = true});

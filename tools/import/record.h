@@ -17,6 +17,12 @@ struct RecordText {
     std::uint64_t length = 0;                   // UTF-16 code units
 };
 
+struct RecordThumbnail {
+    std::string file = {};
+    std::int64_t width = 0;  // pixels
+    std::int64_t height = 0;
+};
+
 struct ImportRecord {
     std::string path = {};       // bytes
     std::string_view type = {};  // uniform type identifier
@@ -24,9 +30,11 @@ struct ImportRecord {
     std::optional<std::uint64_t> size = {};  // bytes
     std::optional<timespec> modified = {};
     std::optional<RecordText> text = {};
+    std::optional<RecordThumbnail> thumbnail = {};
     Dictionary properties = {};
     std::optional<std::int64_t> pages = {};
-    double seconds = 0;  // that the file took; rounded to milliseconds
+    std::optional<float> duration = {};  // seconds
+    double seconds = 0;                  // that the file took; rounded to milliseconds
     std::string_view error = {};
 };
 

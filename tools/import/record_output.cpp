@@ -1,10 +1,11 @@
 #include "tools/import/record_output.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "tools/command.h"
 #include "tools/files.h"
 #include "tools/import/record.h"
+#include "tools/import/record_lines.h"
 
 namespace corvy::tools {
 
@@ -27,14 +29,12 @@ std::string stateOf(std::optional<std::int64_t> size, std::u16string_view modifi
     return (size ? std::to_string(*size) : std::string()) + " " + toUtf8(modified);
 }
 
-// The number in "text/NUMBER.txt", 0 for any other name.
-std::uint64_t numberOfTextFile(std::u16string_view name) {
-    constexpr std::string_view kStart = "text/";
+// The number in "FOLDER/NUMBER.txt" or the like, 0 for any other name.
+std::uint64_t numberOfFile(std::u16string_view name) {
     const std::string text = toUtf8(name);
+    const std::size_t start = text.find('/') + 1;
     std::uint64_t number = 0;
-    if (text.starts_with(kStart)) {
-        std::from_chars(text.data() + kStart.size(), text.data() + text.size(), number);
-    }
+    if (start != 0) std::from_chars(text.data() + start, text.data() + text.size(), number);
     return number;
 }
 
@@ -42,7 +42,9 @@ std::uint64_t numberOfTextFile(std::u16string_view name) {
 
 RecordOutput::RecordOutput(std::string folder, bool resume) {
     if (folder.empty()) return;
-    if (const int error = makeFolder(folder + "/text")) fail(folder, error);
+    for (const char* inside : {"/text", "/thumbnails"}) {
+        if (const int error = makeFolder(folder + inside)) fail(folder, error);
+    }
     path_ = std::move(folder) + "/records.jsonl";
     if (resume) readEarlier();
     file_ = std::fopen(path_.c_str(), resume ? "ae" : "we");
@@ -54,22 +56,10 @@ RecordOutput::~RecordOutput() {
 }
 
 void RecordOutput::readEarlier() {
-    struct Closer {
-        void operator()(std::FILE* file) const { std::fclose(file); }
-    };
-    const std::unique_ptr<std::FILE, Closer> file(std::fopen(path_.c_str(), "re"));
-    if (!file && errno == ENOENT) return;
-    if (!file) throw std::runtime_error("cannot read " + path_ + ": " + reasonOf(errno));
-    char* buffer = nullptr;
-    std::size_t capacity = 0;
-    std::uintmax_t complete = 0;  // bytes of whole lines
-    ssize_t length = 0;
-    while ((length = ::getline(&buffer, &capacity, file.get())) > 0 && buffer[length - 1] == '\n') {
-        complete += static_cast<std::uintmax_t>(length);
-        note({buffer, static_cast<std::size_t>(length)});
-    }
-    std::free(buffer);
-    if (length > 0) std::filesystem::resize_file(path_, complete);
+    if (::access(path_.c_str(), F_OK) != 0 && errno == ENOENT) return;
+    RecordLines lines(path_);
+    while (const auto line = lines.next()) note(*line);
+    if (lines.wasCutOff()) std::filesystem::resize_file(path_, lines.length());
 }
 
 void RecordOutput::note(std::string_view line) {
@@ -77,9 +67,11 @@ void RecordOutput::note(std::string_view line) {
     const auto json = propertyListOfJson(line);
     const Dictionary* record = json ? json->dictionary() : nullptr;
     if (!record) return;
-    if (const PropertyList* text = record->find(u"text"); text && text->dictionary()) {
-        const auto name = stringOf(*text->dictionary(), u"file").value_or(u"");
-        firstNumber_ = std::max(firstNumber_, numberOfTextFile(name) + 1);
+    for (const char16_t* key : {u"text", u"thumbnail"}) {
+        const PropertyList* entry = record->find(key);
+        if (!entry || !entry->dictionary()) continue;
+        const auto name = stringOf(*entry->dictionary(), u"file").value_or(u"");
+        firstNumber_ = std::max(firstNumber_, numberOfFile(name) + 1);
     }
     const auto path = bytesOfPath(stringOf(*record, u"path").value_or(u""));
     if (!path) return;

@@ -25,7 +25,8 @@ public:
     // Whether an earlier run has a record of the file as it is now, one that need not be tried
     // again.
     bool has(const FoundFile& file) const;
-    // The number of the first file of this run; text/NUMBER.txt of it and later ones is free.
+    // The number of the first file of this run; text/NUMBER.txt and
+    // thumbnails/NUMBER.png of it and later ones are free.
     std::uint64_t firstNumber() const { return firstNumber_; }
 
     // False when it cannot be written: the disk is full, or the reader has gone.

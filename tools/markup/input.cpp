@@ -10,15 +10,15 @@
 
 namespace corvy::tools {
 
-namespace {
-
-// Well-formed, and not only ASCII, which other encodings write themselves in as well.
-bool isSurelyUtf8(std::string_view bytes) {
+std::optional<std::u16string> textOfSavedPage(std::span<const std::byte> page) {
+    const std::string_view chars(reinterpret_cast<const char*>(page.data()), page.size());
+    // Only ASCII is no sign of UTF-8: other sets write themselves in it as well.
     const auto isHigh = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
-    return std::any_of(bytes.begin(), bytes.end(), isHigh) && fromStrictUtf8(bytes);
+    if (std::any_of(chars.begin(), chars.end(), isHigh)) {
+        if (auto text = fromStrictUtf8(chars)) return text;
+    }
+    return stringWithMarkupData(page);
 }
-
-}  // namespace
 
 std::optional<std::u16string> readMarkup(const MarkupInput& input) {
     const FileContents contents = readFile(input.file);
@@ -26,13 +26,15 @@ std::optional<std::u16string> readMarkup(const MarkupInput& input) {
         complain(input.file + ": " + reasonOf(contents.error));
         return std::nullopt;
     }
-    const bool isUtf8 = input.plain || (input.recogniseUtf8 && input.charset.empty() &&
-                                        isSurelyUtf8(contents.bytes.chars()));
-    if (isUtf8) return fromUtf8(contents.bytes.chars());
-    const std::u16string charset = fromUtf8(input.charset);
-    MarkupDataOptions options;
-    if (!charset.empty()) options.encodingName = charset;
-    auto text = stringWithMarkupData(contents.bytes, options);
+    if (input.plain) return fromUtf8(contents.bytes.chars());
+    std::optional<std::u16string> text;
+    if (!input.charset.empty()) {
+        const std::u16string charset = fromUtf8(input.charset);
+        text = stringWithMarkupData(contents.bytes, {.encodingName = charset});
+    } else {
+        text = input.recogniseUtf8 ? textOfSavedPage(contents.bytes)
+                                   : stringWithMarkupData(contents.bytes);
+    }
     if (!text) complain(input.file + ": not text in any encoding that fits");
     return text;
 }

@@ -106,6 +106,8 @@ std::span<const Operation> urlSimplificationOperations();
 std::span<const Operation> dateOperations();
 std::span<const Operation> resourceForkOperations();
 std::span<const Operation> articleOperations();
+std::span<const Operation> feedOperations();
+std::span<const Operation> imageOperations();
 std::span<const Operation> settingOperations();
 
 }  // namespace corvy::tools

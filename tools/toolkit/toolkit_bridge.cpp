@@ -22,7 +22,8 @@ OperationIndex indexOfOperations() {
          {scannerOperations, attributeOperations, entityOperations, queryOperations,
           strippingOperations, plainTextOperations, errorPageOperations, webArchiveOperations,
           articleOperations, characterOperations, characterSetOperations, addressOperations,
-          urlSimplificationOperations, dateOperations, resourceForkOperations, settingOperations}) {
+          urlSimplificationOperations, dateOperations, resourceForkOperations, feedOperations,
+          imageOperations, settingOperations}) {
         for (const Operation& operation : table()) index.emplace(operation.name, &operation);
     }
     return index;

@@ -13,6 +13,26 @@ const PropertyList* inObject(const PropertyList& json, std::u16string_view key) 
     return object && object->size() == 1 ? object->find(key) : nullptr;
 }
 
+// A value out of the objects that stand for it; none when an object stands for no value.
+std::optional<PropertyList> valueOf(const PropertyList& json) {
+    if (const Array* array = json.array()) {
+        Array values;
+        for (const PropertyList& element : *array) {
+            auto value = valueOf(element);
+            if (!value) return std::nullopt;
+            values.push_back(*std::move(value));
+        }
+        return values;
+    }
+    if (!json.dictionary()) return json;
+    if (Argument<Dictionary> dictionary; dictionary.read(json)) return dictionary.value();
+    if (Argument<Url> url; url.read(json)) return url.value();
+    if (Argument<Bytes> bytes; bytes.read(json)) return bytes.value();
+    const PropertyList* seconds = inObject(json, u"date");
+    const auto number = seconds ? seconds->number() : std::nullopt;
+    return number ? std::optional<PropertyList>(Date{*number}) : std::nullopt;
+}
+
 }  // namespace
 
 bool Argument<std::u16string_view>::read(const PropertyList& json) {
@@ -30,6 +50,22 @@ bool Argument<std::int64_t>::read(const PropertyList& json) {
     const auto value = json.integer();
     value_ = value.value_or(0);
     return value.has_value();
+}
+
+bool Argument<double>::read(const PropertyList& json) {
+    const auto value = json.number();
+    value_ = value.value_or(0);
+    return value.has_value();
+}
+
+bool Argument<Size>::read(const PropertyList& json) {
+    const PropertyList* held = inObject(json, u"size");
+    const Array* pair = held ? held->array() : nullptr;
+    if (!pair || pair->size() != 2) return false;
+    const auto width = (*pair)[0].number();
+    const auto height = (*pair)[1].number();
+    value_ = {width.value_or(0), height.value_or(0)};
+    return width && height;
 }
 
 bool Argument<char16_t>::read(const PropertyList& json) {
@@ -81,9 +117,34 @@ bool Argument<std::vector<std::u16string>>::read(const PropertyList& json) {
     return true;
 }
 
+bool Argument<Dictionary>::read(const PropertyList& json) {
+    const PropertyList* held = inObject(json, u"dict");
+    if (!held || !held->dictionary()) return false;
+    for (const auto& [key, element] : *held->dictionary()) {
+        auto value = valueOf(element);
+        if (!value) return false;
+        value_.set(key, *std::move(value));
+    }
+    return true;
+}
+
+bool Argument<Array>::read(const PropertyList& json) {
+    if (!json.array()) return false;
+    for (const PropertyList& element : *json.array()) {
+        Argument<Dictionary> dictionary;
+        if (!dictionary.read(element)) return false;
+        value_.emplace_back(dictionary.value());
+    }
+    return true;
+}
+
 PropertyList resultOf(Range value) {
     return Dictionary{{u"range", Array{static_cast<std::int64_t>(value.location),
                                        static_cast<std::int64_t>(value.length)}}};
+}
+
+PropertyList resultOf(Size value) {
+    return Dictionary{{u"size", Array{value.width, value.height}}};
 }
 
 PropertyList resultOf(Encoding value) {

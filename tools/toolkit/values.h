@@ -15,6 +15,7 @@
 #include "foundation/encoding.h"
 #include "foundation/property_list.h"
 #include "foundation/range.h"
+#include "foundation/size_string.h"
 
 namespace corvy::tools {
 
@@ -67,6 +68,26 @@ struct Argument<std::int64_t> : RequiredArgument {
 
 private:
     std::int64_t value_ = 0;
+};
+
+template <>
+struct Argument<double> : RequiredArgument {
+    static constexpr const char* kName = "real";
+    bool read(const PropertyList& json);
+    double value() const { return value_; }
+
+private:
+    double value_ = 0;
+};
+
+template <>
+struct Argument<Size> : RequiredArgument {
+    static constexpr const char* kName = "size";
+    bool read(const PropertyList& json);
+    Size value() const { return value_; }
+
+private:
+    Size value_;
 };
 
 // One UTF-16 code unit, as its number.
@@ -130,6 +151,29 @@ private:
     std::vector<std::u16string> value_;
 };
 
+// A dictionary in its object of one entry, {"dict": {...}}. What it holds is taken out of such
+// objects as well.
+template <>
+struct Argument<Dictionary> : RequiredArgument {
+    static constexpr const char* kName = "dictionary";
+    bool read(const PropertyList& json);
+    const Dictionary& value() const { return value_; }
+
+private:
+    Dictionary value_;
+};
+
+// A list of dictionaries.
+template <>
+struct Argument<Array> : RequiredArgument {
+    static constexpr const char* kName = "list of dictionaries";
+    bool read(const PropertyList& json);
+    const Array& value() const { return value_; }
+
+private:
+    Array value_;
+};
+
 template <typename T>
 constexpr const char* kOptionalName = nullptr;
 template <>
@@ -186,6 +230,7 @@ inline PropertyList resultOf(Url value) {
     return value;
 }
 PropertyList resultOf(Range value);
+PropertyList resultOf(Size value);
 PropertyList resultOf(Encoding value);
 PropertyList resultOf(std::vector<std::u16string> list);
 // A dictionary goes out in its object of one entry, and so do those inside it.

@@ -83,7 +83,7 @@ struct Connection::State {
     void watch(Listener& listener);
     static gboolean acceptReady(gint socket, GIOCondition condition, gpointer listener);
     static gboolean acceptAgain(gpointer listener);
-    void admit(Descriptor socket);
+    std::shared_ptr<Peer> admit(Bus bus);
     void lose(const std::shared_ptr<Peer>& peer);
     static int filter(sd_bus_message* message, void* peer, sd_bus_error* error);
     bool enqueue(Peer& peer, sd_bus_message* call);
@@ -127,7 +127,9 @@ gboolean Connection::State::acceptReady(gint socket, GIOCondition, gpointer data
     for (int i = 0; i < kAcceptedPerTurn; ++i) {
         Descriptor accepted(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (accepted) {
-            if (isOwnUser(accepted.get())) listener.state->admit(std::move(accepted));
+            if (isOwnUser(accepted.get())) {
+                listener.state->admit(openServerBus(std::move(accepted)));
+            }
             continue;
         }
         if (errno == EINTR || errno == ECONNABORTED) continue;
@@ -145,12 +147,13 @@ gboolean Connection::State::acceptAgain(gpointer data) {
     return G_SOURCE_REMOVE;
 }
 
-void Connection::State::admit(Descriptor socket) {
+// Serves what comes over the bus; null when there is none, or it cannot be served.
+std::shared_ptr<Connection::State::Peer> Connection::State::admit(Bus bus) {
+    if (!bus) return nullptr;
     const auto peer = std::make_shared<Peer>();
     peer->state = this;
-    peer->bus = openServerBus(std::move(socket));
-    if (!peer->bus) return;
-    if (sd_bus_add_filter(peer->bus.get(), nullptr, filter, peer.get()) < 0) return;
+    peer->bus = std::move(bus);
+    if (sd_bus_add_filter(peer->bus.get(), nullptr, filter, peer.get()) < 0) return nullptr;
     const auto paused = [raw = peer.get()] {
         std::uint64_t unread = 0;
         sd_bus_get_n_queued_write(raw->bus.get(), &unread);
@@ -162,6 +165,7 @@ void Connection::State::admit(Descriptor socket) {
     };
     peer->source = std::make_unique<BusSource>(peer->bus.get(), BusSource::Hooks{paused, lost});
     peers.push_back(peer);
+    return peer;
 }
 
 void Connection::State::lose(const std::shared_ptr<Peer>& peer) {
@@ -266,6 +270,16 @@ bool Connection::registerName(std::string_view name) {
     if (!registration) return false;
     state_->listen(std::move(registration));
     return true;
+}
+
+bool Connection::joinSessionBus(const char* busName) {
+    sd_bus* made = nullptr;
+    if (sd_bus_open_user(&made) < 0) return false;
+    const auto peer = state_->admit(Bus(made));
+    if (!peer) return false;
+    if (sd_bus_request_name(peer->bus.get(), busName, 0) >= 0) return true;
+    state_->lose(peer);
+    return false;
 }
 
 void Connection::setIndependentConversationQueueing(bool on) {

@@ -15,12 +15,6 @@ namespace corvy::platform {
 
 namespace {
 
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && isPropertyListSpace(text.front())) text.remove_prefix(1);
-    while (!text.empty() && isPropertyListSpace(text.back())) text.remove_suffix(1);
-    return text;
-}
-
 // All of the text as a number.
 template <typename Number, typename... Base>
 bool readWhole(std::string_view text, Number& number, Base... base) {
@@ -266,7 +260,7 @@ private:
             value = Bytes::sharing(std::as_bytes(std::span(*owner)), owner);
             return true;
         }
-        const std::string_view word = trimmed(content);
+        const std::string_view word = trimBytes(content, isPropertyListSpace);
         if (name == "integer") return readInteger(word, value);
         if (name == "real") return readReal(word, value);
         if (name == "date") return readDate(word, value);

@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include "platform/rich_text/rtfd_package.h"
-#include "tests/tools/temporary_folder.h"
+#include "tests/support/temporary_folder.h"
 
 namespace corvy::platform {
 namespace {
 
 using namespace std::string_literals;
-using tools::TemporaryFolder;
+using test::TemporaryFolder;
 
 FileNode file(std::u16string name, std::string_view contents) {
     return {.name = std::move(name), .contents = Bytes::copyOf(contents)};

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -9,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-namespace corvy::tools {
+namespace corvy::test {
 
 class TemporaryFolder {
 public:
@@ -28,11 +29,18 @@ public:
     const std::string& path() const { return path_; }
     // Makes a file, and the folders above it.
     std::string write(std::string_view name, std::string_view contents) const {
-        const std::string file = path(name);
+        std::string file = path(name);
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());
         std::ofstream(file, std::ios::binary) << contents;
         return file;
     }
+    // Writes an executable shell script; gives its path.
+    std::string script(std::string_view name, std::string_view body) const {
+        std::string file = write(name, "#!/bin/sh\n" + std::string(body) + "\n");
+        chmod(file.c_str(), 0700);
+        return file;
+    }
+    // "" when there is no such file.
     std::string read(std::string_view name) const {
         std::ifstream in(path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
@@ -42,4 +50,4 @@ private:
     std::string path_;
 };
 
-}  // namespace corvy::tools
+}  // namespace corvy::test

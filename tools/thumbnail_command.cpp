@@ -1,0 +1,86 @@
+// corvystack thumbnail: a small picture of one file.
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "foundation/text.h"
+#include "tools/arguments.h"
+#include "tools/command.h"
+#include "tools/commands.h"
+#include "tools/files.h"
+#include "tools/helper_access.h"
+#include "tools/picture_file.h"
+
+namespace corvy::tools {
+
+namespace {
+
+// In seconds: above what the helper gives to its two attempts at one picture.
+constexpr double kTimeout = 45;
+constexpr std::int64_t kUsualSize = 256;
+
+struct ThumbnailOptions {
+    std::string file;
+    std::string out;
+    std::int64_t size = kUsualSize;
+    bool always = false;
+    double timeout = kTimeout;
+};
+
+int failWith(const std::string& file, const std::string& reason) {
+    complain(file + ": " + reason);
+    return kFailed;
+}
+
+int writeThumbnail(const ThumbnailOptions& options) {
+    if (const int error = errorOfOpening(options.file); error != 0 && error != EISDIR) {
+        return failWith(options.file, reasonOf(error));
+    }
+    HelperAccess helper(Launching::ifNeeded, options.timeout);
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(options.file).string();
+    const RemoteValue answer = helper.proxy().call(
+        "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:",
+        {PropertyList(pathFromBytes(path)), PropertyList(options.size),
+         PropertyList(options.always), PropertyList(false), PropertyList(false)});
+    const Dictionary* result = answer ? answer->dictionary() : nullptr;
+    const PropertyList* thumbnail = result ? result->find(u"Thumbnail") : nullptr;
+    if (thumbnail == nullptr || thumbnail->bytes() == nullptr) {
+        return failWith(options.file, "not a picture, or damaged beyond reading");
+    }
+    platform::WorkerPool pool(workerProgramFolder());
+    const std::string reason = writePicture(pool, *thumbnail->bytes(), options.out);
+    return reason.empty() ? kDone : failWith(options.out, reason);
+}
+
+}  // namespace
+
+int thumbnailCommand(int argc, char** argv) {
+    CLI::App app("A small picture of an image, PDF or PostScript file, taken by the helper.",
+                 "corvystack thumbnail");
+    ThumbnailOptions options;
+    app.add_option("FILE", options.file, "the file, or a PDF bundle")->required();
+    app.add_option("-o,--out", options.out,
+                   "picture to write: the name ends with " + std::string(kPictureExtensions))
+        ->required()
+        ->type_name("OUT")
+        ->check([](const std::string& name) {
+            return isPictureName(name) ? std::string() : "not a picture's name: " + name;
+        });
+    app.add_option("--size", options.size,
+                   "most pixels in a row or column; drawings (PDF,\nPostScript, SVG) have 256 "
+                   "whatever this says")
+        ->check(CLI::PositiveNumber)
+        ->type_name("N")
+        ->capture_default_str();
+    app.add_flag("--always", options.always, "scale the image even when it carries a thumbnail");
+    app.add_option("--timeout", options.timeout, "seconds to wait for the helper")
+        ->check(CLI::PositiveNumber)
+        ->type_name("S")
+        ->capture_default_str();
+    if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    return writeThumbnail(options);
+}
+
+}  // namespace corvy::tools
