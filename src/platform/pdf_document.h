@@ -12,9 +12,9 @@
 
 #include "foundation/property_list.h"
 #include "foundation/size_string.h"
-#include "platform/attributed_text.h"
 #include "platform/image_metadata.h"
 #include "platform/raster.h"
+#include "platform/rich_text/attributed_text.h"
 
 namespace corvy::platform {
 

@@ -7,6 +7,7 @@
 #include "client/im_export.h"
 #include "platform/library_versions.h"
 #include "service/movie_conversion.h"
+#include "service/rich_text_conversion.h"
 #include "text/web_archive.h"
 
 namespace corvy {
@@ -51,7 +52,7 @@ private:
 };
 
 // The program corvystack-worker-NAME of each is one family of foreign libraries.
-constexpr const char* kWorkerFamilies[] = {"image", "movie", "pdf"};
+constexpr const char* kWorkerFamilies[] = {"image", "movie", "pdf", "richtext"};
 
 void removeNullEntries(Dictionary& dictionary) {
     std::vector<std::u16string> keys;
@@ -195,8 +196,10 @@ Dictionary CorvyStackHelper::searchableTextOfWebArchive(std::u16string_view path
     return result;
 }
 
-bool CorvyStackHelper::writeRTFDData(const Bytes&, std::u16string_view) {
-    return false;
+bool CorvyStackHelper::writeRTFDData(const Bytes& rtfd, std::u16string_view path) {
+    return ::corvy::writeRTFDData(rtfd, path, [this](const platform::WorkerRequest& request) {
+        return workers_.run(request);
+    });
 }
 
 std::optional<Bytes> CorvyStackHelper::RTFDWithHTML(const Bytes&, const HtmlRequest&) {
