@@ -260,7 +260,7 @@ AttributedText PdfDocument::attributedText() {
         const AttributedText page = attributedTextOfPage(i);
         if (page.empty()) continue;
         all.append(page);
-        all.append(u"\n", page.runs().back().style);
+        all.append(u"\n", page.style(page.runs().back().style));
     }
     return all;
 }

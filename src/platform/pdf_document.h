@@ -12,7 +12,7 @@
 
 #include "foundation/property_list.h"
 #include "foundation/size_string.h"
-#include "platform/attributed_text.h"
+#include "platform/rich_text/attributed_text.h"
 
 namespace corvy::platform {
 

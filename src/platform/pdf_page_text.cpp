@@ -192,7 +192,8 @@ TextStyle styleOf(const TextFontInfo& font, const TextWord& word) {
     style.italic = font.isItalic() || isItalicName(style.font);
     double red = 0, green = 0, blue = 0;
     word.getColor(&red, &green, &blue);
-    style.color = {colorComponent(red), colorComponent(green), colorComponent(blue)};
+    const RgbColor color{colorComponent(red), colorComponent(green), colorComponent(blue)};
+    if (color != RgbColor{}) style.color = color;
     return style;
 }
 

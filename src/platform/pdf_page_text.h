@@ -12,7 +12,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/attributed_text.h"
+#include "platform/rich_text/attributed_text.h"
 
 namespace corvy::platform {
 

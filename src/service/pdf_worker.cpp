@@ -6,8 +6,8 @@
 
 #include "foundation/size_string.h"
 #include "platform/pdf_document.h"
-#include "platform/rtf_writer.h"
-#include "platform/rtfd.h"
+#include "platform/rich_text/flat_rtfd.h"
+#include "platform/rich_text/rtf_writer.h"
 #include "service/pdf_conversion.h"
 
 namespace corvy {

@@ -249,11 +249,18 @@ TEST(PdfDocument, KeepsStylesInAttributedText) {
     ASSERT_TRUE(document);
     const AttributedText text = document->attributedText();
     EXPECT_EQ(text.string(), u"One two\n\nthree\n");
-    const TextStyle first{u"Times-BoldItalic", 12, true, true, {}};
-    const TextStyle second{u"Helvetica", 12, false, false, {255, 0, 0}};
-    const TextStyle third{u"Times-BoldItalic", 24, true, true, {255, 0, 0}};
-    EXPECT_EQ(text.runs(),
-              (std::vector<AttributedText::Run>{{4, first}, {9, second}, {15, third}}));
+    const TextStyle first{.font = u"Times-BoldItalic", .bold = true, .italic = true};
+    const TextStyle second{.color = RgbColor{255, 0, 0}};
+    const TextStyle third{.font = u"Times-BoldItalic",
+                          .size = 24,
+                          .bold = true,
+                          .italic = true,
+                          .color = RgbColor{255, 0, 0}};
+    AttributedText expected;
+    expected.append(u"One ", first);
+    expected.append(u"two\n\n", second);
+    expected.append(u"three\n", third);
+    EXPECT_EQ(text, expected);
 }
 
 TEST(PdfDocument, BadInputGivesNoneOrNoText) {

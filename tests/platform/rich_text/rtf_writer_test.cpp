@@ -1,40 +1,18 @@
-#include "platform/rtf_writer.h"
+#include "platform/rich_text/rtf_writer.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/rtfd.h"
+#include "platform/rich_text/flat_rtfd.h"
 
 namespace corvy::platform {
 namespace {
 
-TEST(AttributedText, JoinsRunsOfEqualStyleAndCuts) {
-    const TextStyle plain;
-    TextStyle bold;
-    bold.bold = true;
-    AttributedText text;
-    text.append(u"ab", plain);
-    text.append(u"", bold);
-    text.append(u"cd", plain);
-    text.append(u"ef", bold);
-    EXPECT_EQ(text.runs(), (std::vector<AttributedText::Run>{{4, plain}, {6, bold}}));
-    AttributedText twice = text;
-    twice.append(text);
-    EXPECT_EQ(twice.runs(),
-              (std::vector<AttributedText::Run>{{4, plain}, {6, bold}, {10, plain}, {12, bold}}));
-    text.truncate(4);
-    EXPECT_EQ(text.runs(), (std::vector<AttributedText::Run>{{4, plain}}));
-    text.truncate(3);
-    EXPECT_EQ(text.runs(), (std::vector<AttributedText::Run>{{3, plain}}));
-    text.truncate(0);
-    EXPECT_TRUE(text.runs().empty());
-}
-
 TEST(RtfWriter, WritesTheWholeDocument) {
     AttributedText text;
-    text.append(u"A {b}\\\n", {u"Times-Bold", 18, true, false, {}});
-    text.append(u"\x20AC\x00E9 \xD83D\xDE00\t", {u"Helvetica", 9.96, false, true, {}});
-    text.append(u"red", {u"Helvetica", 9.96, false, true, {255, 0, 51}});
-    text.append(u"end", {u"Times-Bold", 9.96, false, false, {255, 0, 51}});
+    text.append(u"A {b}\\\n", {.font = u"Times-Bold", .size = 18, .bold = true});
+    text.append(u"\x20AC\x00E9 \xD83D\xDE00\t", {.size = 9.96, .italic = true});
+    text.append(u"red", {.size = 9.96, .italic = true, .color = RgbColor{255, 0, 51}});
+    text.append(u"end", {.font = u"Times-Bold", .size = 9.96, .color = RgbColor{255, 0, 51}});
     EXPECT_EQ(rtfOf(text),
               "{\\rtf1\\ansi\\ansicpg1252\\cocoartf2822\n"
               "\\cocoatextscaling0\\cocoaplatform0{\\fonttbl\\f0\\froman\\fcharset0 Times-Bold;\n"
@@ -50,7 +28,7 @@ TEST(RtfWriter, WritesTheWholeDocument) {
 
 TEST(RtfWriter, KeepsForeignNamesAndSizesInsideTheFormat) {
     AttributedText text;
-    text.append(std::u16string(u"a\0\x0007\x007Fz", 5), {u"A;B}\\\x00E9 C", 1e9, false, false, {}});
+    text.append(std::u16string(u"a\0\x0007\x007Fz", 5), {.font = u"A;B}\\\x00E9 C", .size = 1e9});
     const std::string rtf = rtfOf(text);
     EXPECT_NE(rtf.find("\\fcharset0 A-B----C;}"), std::string::npos);
     EXPECT_NE(rtf.find("\\fs8000 \\cf0 az}"), std::string::npos);

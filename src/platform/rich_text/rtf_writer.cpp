@@ -1,4 +1,4 @@
-#include "platform/rtf_writer.h"
+#include "platform/rich_text/rtf_writer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -53,15 +53,16 @@ class Writer {
 public:
     explicit Writer(const AttributedText& text) {
         for (const AttributedText::Run& run : text.runs()) {
-            indexIn(fonts_, run.style.font);
-            if (run.style.color != RgbColor{}) indexIn(colors_, run.style.color);
+            const TextStyle& style = text.style(run.style);
+            indexIn(fonts_, style.font);
+            if (style.color) indexIn(colors_, *style.color);
         }
         if (fonts_.empty()) fonts_.emplace_back(TextStyle().font);
         out_.reserve(text.string().size() + text.string().size() / 4 + 1024);
         writeHeader();
         std::size_t start = 0;
         for (const AttributedText::Run& run : text.runs()) {
-            writeStyle(run.style);
+            writeStyle(text.style(run.style));
             writeText(std::u16string_view(text.string()).substr(start, run.end - start));
             start = run.end;
         }
@@ -103,7 +104,7 @@ private:
     // What differs from the style before; `bold` and `italic` start as off.
     void writeStyle(const TextStyle& style) {
         const std::size_t font = indexIn(fonts_, style.font);
-        const std::size_t color = style.color == RgbColor{} ? 0 : indexIn(colors_, style.color) + 2;
+        const std::size_t color = style.color ? indexIn(colors_, *style.color) + 2 : 0;
         const bool first = !style_;
         const TextStyle before = style_.value_or(TextStyle());
         std::string words;

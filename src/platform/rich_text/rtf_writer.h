@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/attributed_text.h"
+#include "platform/rich_text/attributed_text.h"
 
 namespace corvy::platform {
 

@@ -1,4 +1,4 @@
-#include "platform/rtfd.h"
+#include "platform/rich_text/flat_rtfd.h"
 
 #include <chrono>
 
