@@ -20,6 +20,7 @@ constexpr std::uint8_t kSmaller = 9;
 constexpr float kStep = 1.2F;  // of smaller and larger
 constexpr float kLargestFont = 10000;
 constexpr float kNormalLine = 1.2F;
+constexpr std::uint32_t kNoBlock = 0xFFFFFFFF;
 
 // Calls `f` with the member of ComputedStyle that holds the property.
 template <typename F>
@@ -207,8 +208,7 @@ std::uint32_t StyleResolver::resolve(NodeIndex node, std::uint32_t parent,
                                      const AncestorFilter& filter) {
     const auto& matches = matcher_.matchesOf(node, filter);
     const auto attribute = tree_.attribute(node, Name::style);
-    const std::optional<std::uint32_t> ownBlock =
-        attribute ? std::optional(sheets_.addStyleAttribute(*attribute)) : std::nullopt;
+    const std::uint32_t ownBlock = attribute ? sheets_.addStyleAttribute(*attribute) : kNoBlock;
     hints_.clear();
     addPresentationalHints(tree_, node, sheets_.atoms(), hints_);
 
@@ -218,7 +218,7 @@ std::uint32_t StyleResolver::resolve(NodeIndex node, std::uint32_t parent,
     if (isShared) {
         key_.clear();
         appendNumber(key_, parent);
-        appendNumber(key_, ownBlock.value_or(0xFFFFFFFF));
+        appendNumber(key_, ownBlock);
         for (const auto& match : matches) appendNumber(key_, match.block);
         if (const auto known = known_.find(key_); known != known_.end()) return known->second;
     }
@@ -236,7 +236,7 @@ std::uint32_t StyleResolver::resolve(NodeIndex node, std::uint32_t parent,
         for (auto match = firstOfPage; match != matches.end(); ++match) {
             gather(sheets_.block(match->block), important);
         }
-        if (ownBlock) gather(sheets_.block(*ownBlock), important);
+        if (ownBlock != kNoBlock) gather(sheets_.block(ownBlock), important);
     }
     const auto index = static_cast<std::uint32_t>(styles_.size());
     styles_.push_back(compute(node, styles_[parent]));
