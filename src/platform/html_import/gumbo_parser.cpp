@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/html_import/html_importer.h"
 #include "platform/html_import/html_tree.h"
 #include "platform/html_import/nesting_guard.h"
 
@@ -77,6 +78,10 @@ void parseHtml(std::string_view html, HtmlTree::Builder& builder) {
         builder.setQuirks();
     }
     if (output->root->type == GUMBO_NODE_ELEMENT) tell(*output->root, builder);
+}
+
+std::string htmlParserVersion() {
+    return CORVY_GUMBO_VERSION;
 }
 
 }  // namespace corvy::platform

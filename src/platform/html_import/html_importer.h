@@ -28,4 +28,7 @@ struct HtmlImportOptions {
 // loaded is missing in it. A page that shows nothing until its scripts run shows what it hides.
 AttributedText attributedTextOfHtml(std::string_view html, const HtmlImportOptions& options = {});
 
+// For the status.
+std::string htmlParserVersion();
+
 }  // namespace corvy::platform

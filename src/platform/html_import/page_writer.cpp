@@ -415,7 +415,7 @@ TextFlow::StyleIndex PageWriter::textStyle(NodeIndex node) {
 TextStyle PageWriter::makeTextStyle(const ComputedStyle& style) const {
     TextStyle made;
     made.font = fontFamilyOf(styles_.families().names(style.fontFamily));
-    made.size = points(style.fontSize);
+    made.size = std::round(points(style.fontSize) * 100) / 100;
     made.bold = style.fontWeight >= kBold;
     made.italic = style.fontStyle == css::FontStyle::italic;
     const auto lines = static_cast<std::uint8_t>(style.decorations);
