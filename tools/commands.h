@@ -13,6 +13,8 @@ int callCommand(int argc, char** argv);
 int importCommand(int argc, char** argv);
 // pdf_commands.cpp
 int pdfCommand(int argc, char** argv);
+// rtfd_command.cpp
+int rtfdCommand(int argc, char** argv);
 // web_archive_command.cpp
 int webArchiveCommand(int argc, char** argv);
 // html_commands.cpp

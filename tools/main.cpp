@@ -23,6 +23,7 @@ using namespace corvy::tools;
 constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},
+    {"rtfd", "an HTML page as a package of rich text", rtfdCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"text", "the plain text of a page", textCommand},
     {"html", "title, metas, images, tags, ... of an HTML page", htmlCommand},

@@ -323,6 +323,21 @@ std::u16string_view hostOfURL(std::u16string_view address) {
     return parts.authority ? partsOfAuthority(*parts.authority).host : std::u16string_view();
 }
 
+Url URLOfPath(std::string_view path) {
+    constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    Url url{u"file://"};
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool fits = byte < 0x80 && isAllowed(byte) && byte != '?' && byte != '#';
+        if (fits) {
+            url.absoluteString += static_cast<char16_t>(byte);
+        } else {
+            ((url.absoluteString += u'%') += kDigits[byte >> 4]) += kDigits[byte & 15];
+        }
+    }
+    return url;
+}
+
 std::string bytesOfEscapedPath(std::u16string_view part) {
     const std::string text = bytesOfPath(part).value_or(std::string());
     std::string bytes;
