@@ -8,13 +8,14 @@
 
 #include "foundation/json.h"
 #include "foundation/text.h"
+#include "platform/rich_text/flat_rtfd.h"
+#include "platform/rich_text/rtfd_package.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
 #include "tools/files.h"
 #include "tools/helper_access.h"
 #include "tools/import/record.h"
-#include "tools/rtfd_package.h"
 
 namespace corvy::tools {
 
@@ -55,9 +56,11 @@ std::optional<Dictionary> convert(const PdfOptions& options, bool attributed) {
 int writeRich(const PdfOptions& options, const Dictionary& answer) {
     const PropertyList* rich = answer.find(u"String");
     const Bytes* flat = rich ? rich->bytes() : nullptr;
-    const auto entries = flat ? entriesOfFlatRtfd(flat->chars()) : std::nullopt;
-    if (!entries) return failWith(options.file, explanationOfError("noText"));
-    if (const int error = writeRtfdPackage(options.rich, *entries)) {
+    const auto folder = flat ? platform::folderOfFlatRtfd(*flat) : std::nullopt;
+    if (!folder) return failWith(options.file, explanationOfError("noText"));
+    int error = makeFolder(options.rich);
+    if (error == 0) error = platform::writePackage(options.rich, *folder);
+    if (error != 0) {
         return failWith(options.rich, reasonOf(error));
     }
     return kDone;

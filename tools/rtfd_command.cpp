@@ -6,12 +6,13 @@
 
 #include "foundation/text.h"
 #include "foundation/url.h"
+#include "platform/rich_text/flat_rtfd.h"
+#include "platform/rich_text/rtfd_package.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
 #include "tools/files.h"
 #include "tools/helper_access.h"
-#include "tools/rtfd_package.h"
 
 namespace corvy::tools {
 
@@ -62,9 +63,11 @@ int convertHtml(const RtfdOptions& options) {
          base ? RemoteValue(PropertyList(*base)) : RemoteValue(), PropertyList(!options.offline),
          std::move(charset)});
     const Bytes* flat = answer ? answer->bytes() : nullptr;
-    const auto entries = flat ? entriesOfFlatRtfd(flat->chars()) : std::nullopt;
-    if (!entries) return failWith(options.file, "cannot be converted");
-    if (const int error = writeRtfdPackage(options.output, *entries)) {
+    const auto folder = flat ? platform::folderOfFlatRtfd(*flat) : std::nullopt;
+    if (!folder) return failWith(options.file, "cannot be converted");
+    int error = makeFolder(options.output);
+    if (error == 0) error = platform::writePackage(options.output, *folder);
+    if (error != 0) {
         return failWith(options.output, reasonOf(error));
     }
     return kDone;

@@ -8,6 +8,7 @@
 #include "platform/library_versions.h"
 #include "platform/web_addresses.h"
 #include "service/pdf_conversion.h"
+#include "service/rich_text_conversion.h"
 #include "text/web_archive.h"
 
 namespace corvy {
@@ -176,8 +177,10 @@ Dictionary CorvyStackHelper::searchableTextOfWebArchive(std::u16string_view path
     return result;
 }
 
-bool CorvyStackHelper::writeRTFDData(const Bytes&, std::u16string_view) {
-    return false;
+bool CorvyStackHelper::writeRTFDData(const Bytes& rtfd, std::u16string_view path) {
+    return ::corvy::writeRTFDData(rtfd, path, [this](const platform::WorkerRequest& request) {
+        return workers_.run(request);
+    });
 }
 
 std::optional<Bytes> CorvyStackHelper::RTFDWithHTML(const Bytes& html,

@@ -47,7 +47,7 @@ public:
     std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path);
     // Text, source and address of a web archive, as far as it gives them.
     Dictionary searchableTextOfWebArchive(std::u16string_view path);
-    // Writes flat RTFD as a package. Not built yet: false.
+    // Writes flat RTFD as a package; whether that came about.
     bool writeRTFDData(const Bytes& rtfd, std::u16string_view path);
     // HTML as flat RTFD.
     std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request);

@@ -5,15 +5,13 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "foundation/converters.h"
 #include "foundation/text.h"
 #include "markup/charset_names.h"
 #include "markup/markup_decoding.h"
 #include "platform/html_import/html_importer.h"
-#include "platform/rich_text/flat_rtfd.h"
-#include "platform/rich_text/rtf_writer.h"
+#include "platform/rich_text/rtfd.h"
 #include "platform/web_addresses.h"
 #include "platform/web_loader.h"
 #include "service/html_conversion.h"
@@ -78,15 +76,6 @@ platform::WebLoaderOptions loaderOptions(const Dictionary& arguments,
     return options;
 }
 
-Bytes flatRtfd(const platform::AttributedText& text) {
-    std::vector<platform::RtfdFile> files;
-    for (const platform::Attachment& attachment : text.attachments()) {
-        files.push_back(
-            {toUtf8(attachment.file.name), std::string(attachment.file.contents.chars())});
-    }
-    return Bytes::copyOf(platform::flatRtfdOf(platform::rtfOf(text), files));
-}
-
 }  // namespace
 
 std::optional<PropertyList> convertHtml(const Dictionary& arguments,
@@ -110,7 +99,8 @@ std::optional<PropertyList> convertHtml(const Dictionary& arguments,
                                               : std::optional<std::u16string_view>(wide));
     };
     const std::string page = markupText(*html->bytes(), charset);
-    return flatRtfd(platform::attributedTextOfHtml(page, options));
+    auto rtfd = platform::rtfdOf({platform::attributedTextOfHtml(page, options), {}});
+    return rtfd ? std::optional<PropertyList>(*std::move(rtfd)) : std::nullopt;
 }
 
 }  // namespace corvy

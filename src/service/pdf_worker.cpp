@@ -6,8 +6,7 @@
 
 #include "foundation/size_string.h"
 #include "platform/pdf_document.h"
-#include "platform/rich_text/flat_rtfd.h"
-#include "platform/rich_text/rtf_writer.h"
+#include "platform/rich_text/rtfd.h"
 #include "service/pdf_conversion.h"
 
 namespace corvy {
@@ -90,8 +89,9 @@ std::optional<PropertyList> convertPdf(const Dictionary& arguments,
     if (document->isLocked()) return Dictionary();
 
     if (flag(arguments, pdf_exchange::kAttributed)) {
-        const std::string rtfd = platform::flatRtfdOf(platform::rtfOf(document->attributedText()));
-        return Dictionary{{pdf_exchange::kRtfd, Bytes::copyOf(rtfd)}};
+        std::optional<Bytes> rtfd = platform::rtfdOf({document->attributedText(), {}});
+        if (!rtfd) return std::nullopt;
+        return Dictionary{{pdf_exchange::kRtfd, *std::move(rtfd)}};
     }
     if (flag(arguments, pdf_exchange::kImporter) && !skipsImporter(producerOf(facts))) {
         return Dictionary{{pdf_exchange::kAskImporter, true}};

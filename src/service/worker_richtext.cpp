@@ -1,9 +1,11 @@
-// The worker program that makes rich text of documents.
+// The worker program for documents of rich text: it makes them of HTML, and reads them.
 #include "platform/html_import/html_importer.h"
 #include "platform/web_loader.h"
 #include "platform/worker.h"
 #include "service/html_conversion.h"
 #include "service/html_worker.h"
+#include "service/rich_text_conversion.h"
+#include "service/rich_text_worker.h"
 
 namespace {
 
@@ -21,6 +23,7 @@ int main(int argc, char** argv) {
         .libraries = {{"Gumbo", corvy::platform::htmlParserVersion()},
                       {"libcurl", corvy::platform::webLibraryVersion()}},
         .initialise = initialise,
-        .operations = {{corvy::html_exchange::kConvert, corvy::convertHtml}}};
+        .operations = {{corvy::html_exchange::kConvert, corvy::convertHtml},
+                       {corvy::rich_text_exchange::kPackage, corvy::packageOfRtfd}}};
     return corvy::platform::workerMain(family, argc, argv);
 }
