@@ -1,6 +1,7 @@
 #include "platform/html_import/text_flow.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "foundation/character_tables.h"
 #include "foundation/text.h"
@@ -20,24 +21,32 @@ bool isControl(char c) {
 
 void TextFlow::begin() {
     if (inParagraph_) return;
+    // Behind a cell, and at the start of one, nothing else can hold the gap.
+    const double ownGap = isSettled_ && !text_.empty() ? gap_ : 0;
     settle();
     inParagraph_ = true;
     style_ = {};
     if (breaksPage_ && !text_.empty()) text_.appendWithIndex(u"\f", lastStyle_);
     breaksPage_ = false;
-    gap_ = 0;
     style_ = paragraphBegins_();
+    style_.spacingBefore = ownGap;
 }
 
 // Gives the paragraph that ended last its style, now that the gap behind it is known.
 void TextFlow::settle() {
+    const double gap = std::exchange(gap_, 0);
     if (isSettled_) return;
     isSettled_ = true;
-    // A gap stands behind the last line only, even where lines are paragraphs of their own.
+    // Gaps stand around all of its lines, even where those are paragraphs of their own.
     const std::u16string& string = text_.string();
-    const std::size_t lastLine = string.size() < 2 ? 0 : string.rfind(u'\n', string.size() - 2) + 1;
-    if (gap_ > 0 && lastLine > text_.unstyledStart()) text_.setParagraphStyle(style_, lastLine);
-    style_.spacingAfter = gap_;
+    const std::size_t firstEnd = string.find(u'\n', text_.unstyledStart()) + 1;
+    const std::size_t lastStart = string.size() < 2 ? 0 : string.rfind(u'\n', string.size() - 2) + 1;
+    if (lastStart >= firstEnd && firstEnd > 0) {
+        text_.setParagraphStyle(style_, firstEnd);
+        style_.spacingBefore = 0;
+        if (lastStart > firstEnd) text_.setParagraphStyle(style_, lastStart);
+    }
+    style_.spacingAfter = gap;
     text_.setParagraphStyle(style_);
 }
 
@@ -62,14 +71,14 @@ void TextFlow::endParagraph(bool keepsEmpty) {
 
 void TextFlow::beginCell() {
     endParagraph();
-    gap_ = 0;
+    settle();
     cellStarts_.push_back(text_.length());
 }
 
 void TextFlow::endCell() {
     endParagraph(text_.length() == cellStarts_.back());
     cellStarts_.pop_back();
-    gap_ = 0;
+    settle();
 }
 
 void TextFlow::finish() {
@@ -87,7 +96,6 @@ void TextFlow::addParagraphs(const AttributedText& paragraphs) {
     text_.append(paragraphs);
     if (text_.string().back() != u'\n') text_.append(u"\n", text_.styleAt(text_.length() - 1));
     text_.setParagraphStyle(text_.paragraphStyleAt(text_.length() - 1));
-    gap_ = 0;
 }
 
 void TextFlow::breakLine(StyleIndex style) {
