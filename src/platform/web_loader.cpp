@@ -96,7 +96,8 @@ public:
             while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &messages)) {
                 if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
             }
-            if (running_.size() < kConnections && !waiting_.empty()) continue;
+            // Waiting for nothing takes its full time.
+            if (running_.empty() || (running_.size() < kConnections && !waiting_.empty())) continue;
             const double wait = std::min(loader_.secondsLeft(), 1.0);
             curl_multi_poll(multi_.get(), nullptr, 0, std::max(1, static_cast<int>(wait * 1000)),
                             nullptr);
