@@ -1,5 +1,6 @@
 #include "service/html_conversion.h"
 
+#include <chrono>
 #include <utility>
 
 #include "foundation/ascii_case.h"
@@ -54,11 +55,15 @@ std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request,
     work.question = [&](const PropertyList& question) {
         return answerTo(question, work.limits.network, context);
     };
+    const auto start = std::chrono::steady_clock::now();
     std::optional<PropertyList> result;
     try {
         result = context.runWorker(work);
     } catch (const NeedsNetwork&) {
+        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
         work.limits.network = true;
+        work.limits.wallSeconds -= spent.count();
+        work.arguments.set(html_exchange::kLoadingTimeout, kHtmlLoadingTimeout - spent.count());
         result = context.runWorker(work);
     }
     if (!result || !result->bytes()) return std::nullopt;
