@@ -41,7 +41,7 @@ EXTRACTION = """(() => {
     if (shown || /^\\s+$/.test(node.data)) {
       runs.push([node.data, parseFloat(style.fontSize), +style.fontWeight >= 600,
                  style.fontStyle !== 'normal', underline, style.color,
-                 !!element.closest('a[href]'), style.display]);
+                 !!element.closest('a[href]:not([href^="javascript:" i])'), style.display]);
     }
     if (!shown || !style.display.startsWith('inline')) runs.push([' ']);
   }
@@ -148,7 +148,9 @@ def words_of(runs):
     words = []
     attributes = None
     for run in runs:
-        for piece in re.split(r"(\s+)", run[0].replace("\ufffc", " ").replace("\u00ad", "")):
+        # Markers of lists are text of ours alone.
+        text = re.sub(r"\t[^\t\n]{1,12}\t", " ", run[0])
+        for piece in re.split(r"(\s+)", text.replace("\ufffc", " ").replace("\u00ad", "")):
             if not piece or piece.isspace():
                 if piece:
                     attributes = None

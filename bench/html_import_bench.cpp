@@ -15,8 +15,9 @@ using namespace corvy;
 // An article with a sheet of its own, as pages of news are: most rules hold for nothing in it.
 const std::string& articlePage() {
     static const std::string page = [] {
-        std::string html = "<!doctype html><style>body{font:16px/1.5 Georgia,serif;color:#222}"
-                           "a{color:#06c}a:hover{color:red}.lead>b{color:var(--x,#333)}";
+        std::string html =
+            "<!doctype html><style>body{font:16px/1.5 Georgia,serif;color:#222}"
+            "a{color:#06c}a:hover{color:red}.lead>b{color:var(--x,#333)}";
         for (int i = 0; i < 1500; ++i) {
             const std::string n = std::to_string(i);
             html += ".m" + n + " .i" + n + ">a,#s" + n + " li:not(.x){margin:0 " + n +
@@ -26,7 +27,8 @@ const std::string& articlePage() {
         for (int i = 0; i < 400; ++i) {
             html += "<div class='block i" + std::to_string(i % 50) +
                     "'><p class=lead>Some <b>words of</b> a paragraph with <a href='/p/" +
-                    std::to_string(i) + "'>a link</a>, <em>stress</em> and more of the text that "
+                    std::to_string(i) +
+                    "'>a link</a>, <em>stress</em> and more of the text that "
                     "makes up most of a page.</p><ul><li>one<li>two</ul></div>";
         }
         return html;

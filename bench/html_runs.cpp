@@ -53,5 +53,6 @@ Dictionary pageOf(const std::string& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i) std::cout << jsonOf(pageOf(argv[i]), {.plainDictionaries = true}) << '\n';
+    for (int i = 1; i < argc; ++i)
+        std::cout << jsonOf(pageOf(argv[i]), {.plainDictionaries = true}) << '\n';
 }

@@ -1,28 +1,37 @@
-// Flat RTFD as a helper could hand it over: what is taken lies inside the bytes, under names that
-// cannot leave a package.
-#include <algorithm>
+// Flat RTFD as anybody could hand it over: what is taken lies inside the bytes, under names that
+// cannot leave a package, and is the same when it is written and read again.
 #include <cstdint>
 #include <cstdlib>
-#include <string_view>
+#include <span>
 
-#include "tools/rtfd_package.h"
+#include "platform/rich_text/rtfd.h"
 
-using namespace corvy::tools;
+using namespace corvy;
+using namespace corvy::platform;
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string_view flat(reinterpret_cast<const char*>(data), size);
-    const auto entries = entriesOfFlatRtfd(flat);
-    if (!entries) return 0;
-    bool hasText = false;
-    for (const RtfdEntry& entry : *entries) {
-        const char* start = entry.contents.data();
-        if (start < flat.data() || start + entry.contents.size() > flat.data() + size) std::abort();
-        if (entry.name.find_first_of(std::string_view("/\0", 2)) != std::string::npos ||
-            entry.name == "." || entry.name == "..") {
+namespace {
+
+void check(const FileNode& folder, const Bytes& bytes) {
+    for (const FileNode& entry : folder.entries) {
+        if (!isEntryName(entry.name)) std::abort();
+        if (entry.isFolder) {
+            check(entry, bytes);
+        } else if (entry.contents.data() < bytes.data() ||
+                   entry.contents.data() + entry.contents.size() > bytes.data() + bytes.size()) {
             std::abort();
         }
-        hasText = hasText || entry.name == "TXT.rtf";
     }
-    if (!hasText) std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const Bytes bytes = Bytes::copyOf(std::as_bytes(std::span(data, size)));
+    const auto folder = folderOfFlatRtfd(bytes);
+    if (!folder) return 0;
+    check(*folder, bytes);
+    const auto again = flatRtfdOf(*folder, 0);
+    if (!again || folderOfFlatRtfd(*again) != folder) std::abort();
+    documentOfRtfd(bytes);
     return 0;
 }

@@ -57,11 +57,11 @@ int convertHtml(const RtfdOptions& options) {
     RemoteValue charset;
     if (!options.charset.empty()) charset = PropertyList(fromUtf8(options.charset));
     HelperAccess helper(Launching::ifNeeded, options.timeout);
-    const RemoteValue answer = helper.proxy().call(
-        "RTFDWithHTML:baseURL:allowRemoteRequest:charset:",
-        {PropertyList(std::move(contents.bytes)),
-         base ? RemoteValue(PropertyList(*base)) : RemoteValue(), PropertyList(!options.offline),
-         std::move(charset)});
+    const RemoteValue answer =
+        helper.proxy().call("RTFDWithHTML:baseURL:allowRemoteRequest:charset:",
+                            {PropertyList(std::move(contents.bytes)),
+                             base ? RemoteValue(PropertyList(*base)) : RemoteValue(),
+                             PropertyList(!options.offline), std::move(charset)});
     const Bytes* flat = answer ? answer->bytes() : nullptr;
     const auto folder = flat ? platform::folderOfFlatRtfd(*flat) : std::nullopt;
     if (!folder) return failWith(options.file, "cannot be converted");

@@ -122,35 +122,72 @@ bool isLoopbackName(std::string_view host) {
     return host == "localhost" || host.ends_with(".localhost");
 }
 
-// Answers by name.
-class AnswerStore {
+// Looks names up, each in a thread of its own: a lookup cannot be called off, it goes on by itself,
+// and what it finds serves the next time.
+class Resolver {
 public:
-    std::optional<std::uint32_t> find(const std::string& host) {
+    std::uint32_t flagsOf(const std::string& host) {
+        double patience = kResolveSeconds;
+        {
+            const std::lock_guard lock(mutex_);
+            const auto known = answers_.find(host);
+            if (known != answers_.end() && secondsSince(known->second.at) < kKeptSeconds) {
+                return known->second.flags;
+            }
+            // Where one name has no answer others will have none: nobody waits for them all.
+            if (secondsSince(lastTimeout_) < kKeptSeconds) patience = kImpatientSeconds;
+            if (pending_ >= kMostPending) return 0;
+            ++pending_;
+        }
+        auto promise = std::make_shared<std::promise<std::uint32_t>>();
+        std::future<std::uint32_t> answer = promise->get_future();
+        try {
+            std::thread([this, host, promise] {
+                const std::uint32_t flags = resolvedFlags(host, 0);
+                finish(host, flags);
+                promise->set_value(flags);
+            }).detach();
+        } catch (const std::system_error&) {
+            finish(host, 0);
+            return 0;
+        }
+        const std::chrono::duration<double> most(patience);
+        if (answer.wait_for(most) == std::future_status::ready) return answer.get();
         const std::lock_guard lock(mutex_);
-        const auto found = answers_.find(host);
-        const auto limit = std::chrono::duration<double>(kKeptSeconds);
-        if (found == answers_.end() || Clock::now() - found->second.at > limit) return std::nullopt;
-        return found->second.flags;
-    }
-    void keep(const std::string& host, std::uint32_t flags) {
-        const std::lock_guard lock(mutex_);
-        if (answers_.size() >= kMost) answers_.clear();
-        answers_[host] = {flags, Clock::now()};
+        lastTimeout_ = Clock::now();
+        return 0;
     }
 
 private:
-    static constexpr std::size_t kMost = 1024;
+    static constexpr double kImpatientSeconds = 0.05;
+    static constexpr std::size_t kMostPending = 32;
+    static constexpr std::size_t kMostAnswers = 1024;
+
     struct Answer {
         std::uint32_t flags = 0;
         Clock::time_point at;
     };
+
+    static double secondsSince(Clock::time_point time) {
+        return std::chrono::duration<double>(Clock::now() - time).count();
+    }
+
+    void finish(const std::string& host, std::uint32_t flags) {
+        const std::lock_guard lock(mutex_);
+        --pending_;
+        if (answers_.size() >= kMostAnswers) answers_.clear();
+        answers_[host] = {flags, Clock::now()};
+    }
+
     std::mutex mutex_;
     std::map<std::string, Answer> answers_;
+    std::size_t pending_ = 0;
+    Clock::time_point lastTimeout_ = Clock::now() - std::chrono::hours(1);
 };
 
-AnswerStore& answerStore() {
-    static auto* store = new AnswerStore;  // outlives threads that still resolve at exit
-    return *store;
+Resolver& resolver() {
+    static auto* shared = new Resolver;  // outlives threads that still resolve at exit
+    return *shared;
 }
 
 }  // namespace
@@ -189,26 +226,7 @@ std::uint32_t connectionFlagsForHost(std::string_view given) {
     if (host.empty() || host.find('\0') != std::string::npos) return 0;
     if (isLoopbackName(host)) return kReachable | kIsLocalAddress;
     if (const std::uint32_t flags = resolvedFlags(host, AI_NUMERICHOST)) return flags;
-    if (const auto known = answerStore().find(host)) return *known;
-
-    // A lookup cannot be called off: it goes on by itself, and what it finds serves the next time.
-    auto answer = std::make_shared<std::promise<std::uint32_t>>();
-    std::future<std::uint32_t> future = answer->get_future();
-    try {
-        std::thread([host, answer] {
-            const std::uint32_t flags = resolvedFlags(host, 0);
-            answerStore().keep(host, flags);
-            answer->set_value(flags);
-        }).detach();
-    } catch (const std::system_error&) {
-        return 0;
-    }
-    if (future.wait_for(std::chrono::duration<double>(kResolveSeconds)) !=
-        std::future_status::ready) {
-        answerStore().keep(host, 0);
-        return 0;
-    }
-    return future.get();
+    return resolver().flagsOf(host);
 }
 
 }  // namespace corvy::platform

@@ -19,8 +19,8 @@ std::uint32_t connectionFlagsForAddress(const sockaddr& address);
 
 // Of a name or an address in text. A name that has several addresses has the flags that all of
 // them have, so that a name is local only if it leads nowhere else. 0 when it is not resolved
-// within kResolveSeconds; answers are kept for kKeptSeconds. Names of the loopback are local
-// without being resolved.
+// within kResolveSeconds, and much sooner for kKeptSeconds after that happened; answers are kept
+// as long. Names of the loopback are local without being resolved.
 std::uint32_t connectionFlagsForHost(std::string_view host);
 inline constexpr double kResolveSeconds = 2;
 inline constexpr double kKeptSeconds = 10;

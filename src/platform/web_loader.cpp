@@ -94,7 +94,8 @@ public:
             if (curl_multi_perform(multi_.get(), &count) != CURLM_OK) return;
             int messages = 0;
             while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &messages)) {
-                if (message->msg == CURLMSG_DONE) finish(message->easy_handle, message->data.result);
+                if (message->msg == CURLMSG_DONE)
+                    finish(message->easy_handle, message->data.result);
             }
             // Waiting for nothing takes its full time.
             if (running_.empty() || (running_.size() < kConnections && !waiting_.empty())) continue;
@@ -273,8 +274,7 @@ std::optional<Resource> resourceOfDataURL(const Url& url) {
     resource.url = url;
     std::string content = bytesOfEscapedPath(fromUtf8(std::string_view(address).substr(comma + 1)));
     constexpr std::string_view kBase64 = ";base64";
-    if (type.size() >= kBase64.size() &&
-        endsWithAsciiNoCase(fromUtf8(type), fromUtf8(kBase64))) {
+    if (type.size() >= kBase64.size() && endsWithAsciiNoCase(fromUtf8(type), fromUtf8(kBase64))) {
         type.erase(type.size() - kBase64.size());
         auto bytes = bytesOfBase64(content);
         if (!bytes) return std::nullopt;

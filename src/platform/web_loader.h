@@ -19,9 +19,9 @@ struct WebLoaderOptions {
     // Connections only to this machine and to networks that it is attached to, whatever names
     // resolve to.
     bool onlyLocalAddresses = false;
-    bool readsFiles = false;         // file: addresses
-    double seconds = 12;             // for all loads together, from when the loader is made
-    std::size_t mostBytes = 32 << 20;        // of one resource
+    bool readsFiles = false;           // file: addresses
+    double seconds = 12;               // for all loads together, from when the loader is made
+    std::size_t mostBytes = 32 << 20;  // of one resource
     std::size_t mostBytesInAll = 256 << 20;
     int mostRedirects = 10;
 };

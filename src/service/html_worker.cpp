@@ -95,8 +95,8 @@ std::optional<PropertyList> convertHtml(const Dictionary& arguments,
                         platform::ResourceKind kind) {
         if (kind == platform::ResourceKind::styleSheet) return styleSheetText(bytes, name);
         const std::u16string wide = fromUtf8(name);
-        return markupText(bytes, name.empty() ? std::nullopt
-                                              : std::optional<std::u16string_view>(wide));
+        return markupText(bytes,
+                          name.empty() ? std::nullopt : std::optional<std::u16string_view>(wide));
     };
     const std::string page = markupText(*html->bytes(), charset);
     auto rtfd = platform::rtfdOf({platform::attributedTextOfHtml(page, options), {}});

@@ -49,7 +49,9 @@ TEST(WebLoader, AsksBeforeEachRequestAndRedirect) {
     std::vector<std::string> asked;
     WebLoaderOptions options;
     options.maySend = [&](const Url& url, const Url* from) {
-        const auto pathOf = [](const Url& of) { return toUtf8(partsOfURL(of.absoluteString).path); };
+        const auto pathOf = [](const Url& of) {
+            return toUtf8(partsOfURL(of.absoluteString).path);
+        };
         asked.push_back(pathOf(url) + (from ? " from " + pathOf(*from) : ""));
         return !url.absoluteString.ends_with(u"/no");
     };
@@ -61,8 +63,8 @@ TEST(WebLoader, AsksBeforeEachRequestAndRedirect) {
     EXPECT_EQ(load(loader, {server.address("/to-no")}), std::vector<std::string>{"(none)"});
     EXPECT_EQ(load(loader, {server.address("/to-file")}), std::vector<std::string>{"(none)"});
     EXPECT_EQ(asked, (std::vector<std::string>{"/a", "/to-a", "text/plain,d%41", "/etc/hostname",
-                                               "/a from /to-a", "/no", "/to-no",
-                                               "/no from /to-no", "/to-file"}));
+                                               "/a from /to-a", "/no", "/to-no", "/no from /to-no",
+                                               "/to-file"}));
     for (const std::string& path : server.paths()) EXPECT_NE(path, "/no");
     const auto found = loader.load(std::vector<ResourceRequest>{{Url{server.address("/to-a")}}});
     ASSERT_TRUE(found[0]);
@@ -79,9 +81,9 @@ TEST(WebLoader, HasBounds) {
     options.mostRedirects = 3;
     WebLoader loader(options);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(load(loader, {server.address("/a"), server.address("/large"),
-                            server.address("/loop"), server.address("/error"),
-                            server.address("/stall"), u"http://127.0.0.1:1/refused"}),
+    EXPECT_EQ(load(loader, {server.address("/a"), server.address("/large"), server.address("/loop"),
+                            server.address("/error"), server.address("/stall"),
+                            u"http://127.0.0.1:1/refused"}),
               (std::vector<std::string>{"A", "(none)", "(none)", "(none)", "(none)", "(none)"}));
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     const std::vector<std::string> paths = server.paths();
@@ -139,10 +141,17 @@ TEST(Reachability, KnowsOwnAndForeignHosts) {
         bool isOwn;
     };
     constexpr Case cases[] = {
-        {"127.0.0.1", true},  {"127.9.9.9", true},        {"[::1]", true},
-        {"0x7f.1", true},     {"::ffff:127.0.0.1", true}, {"LOCALHOST", true},
-        {"a.localhost.", true}, {"203.0.113.9", false},   {"224.0.0.1", false},
-        {"", false},          {"localhost.example.invalid", false},
+        {"127.0.0.1", true},
+        {"127.9.9.9", true},
+        {"[::1]", true},
+        {"0x7f.1", true},
+        {"::ffff:127.0.0.1", true},
+        {"LOCALHOST", true},
+        {"a.localhost.", true},
+        {"203.0.113.9", false},
+        {"224.0.0.1", false},
+        {"", false},
+        {"localhost.example.invalid", false},
         {"a b", false},
     };
     for (const Case& c : cases) {

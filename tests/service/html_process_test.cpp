@@ -61,10 +61,13 @@ TEST(HtmlProcess, StaysOffTheNetworkUnlessALocalHostIsAsked) {
     std::ofstream(folder.file("page.html")) << "";
     HtmlRequest request;
     request.baseURL = URLOfPath(folder.file("page.html"));
-    const std::string html = "<link rel=stylesheet href=s.css><p>a<img src=p.png>"
-                             "<img src=http://203.0.113.9/x.png>b";
+    const std::string html =
+        "<link rel=stylesheet href=s.css><p>a<img src=p.png>"
+        "<img src=http://203.0.113.9/x.png>b";
     const Conversion beside = convert(html, request);
-    EXPECT_EQ(textOf(beside), "a\xEF\xBF\xBC" "b");
+    EXPECT_EQ(textOf(beside),
+              "a\xEF\xBF\xBC"
+              "b");
     EXPECT_EQ(beside.document->text.attachments()[0].file.name, u"p.png");
     EXPECT_EQ(beside.document->text.attachments()[0].size, (Size{6, 3}));
     EXPECT_TRUE(beside.document->text.styleAt(0).italic);
@@ -82,9 +85,10 @@ TEST(HtmlProcess, StaysOffTheNetworkUnlessALocalHostIsAsked) {
         return test::okAnswer(png());
     });
     request.baseURL = Url{server.address("/")};
-    const Conversion local =
-        convert("a<img src=i.png><img src=moved>b", request, "forbidden");
-    EXPECT_EQ(textOf(local), "a\xEF\xBF\xBC" "b");
+    const Conversion local = convert("a<img src=i.png><img src=moved>b", request, "forbidden");
+    EXPECT_EQ(textOf(local),
+              "a\xEF\xBF\xBC"
+              "b");
     EXPECT_EQ(local.runs, 2);
     EXPECT_TRUE(local.hadNetwork);
     for (const std::string& path : server.paths()) EXPECT_NE(path, "/forbidden");
@@ -111,8 +115,15 @@ TEST(HtmlProcess, DecodesPages) {
         {"by the meta", "<meta charset=iso-8859-2>\xE8", std::nullopt, "\xC4\x8D"},
         {"by the transport", "\xE8", u"windows-1251", "\xD0\xB8"},
         {"an empty name is none", "\xC3\xA9", u"", "\xC3\xA9"},
-        {"a mark over all names", std::string("\xFF\xFE" "a\0\x0D\x01", 6), u"utf-8", "a\xC4\x8D"},
-        {"the mark itself is no text", "\xEF\xBB\xBF" "a", std::nullopt, "a"},
+        {"a mark over all names",
+         std::string("\xFF\xFE"
+                     "a\0\x0D\x01",
+                     6),
+         u"utf-8", "a\xC4\x8D"},
+        {"the mark itself is no text",
+         "\xEF\xBB\xBF"
+         "a",
+         std::nullopt, "a"},
     };
     for (const Case& c : cases) {
         HtmlRequest request;

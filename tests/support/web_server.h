@@ -79,8 +79,8 @@ private:
             return;
         }
         for (std::size_t sent = 0; sent < answer.size();) {
-            const ssize_t count = ::send(connection, answer.data() + sent, answer.size() - sent,
-                                         MSG_NOSIGNAL);
+            const ssize_t count =
+                ::send(connection, answer.data() + sent, answer.size() - sent, MSG_NOSIGNAL);
             if (count <= 0) break;
             sent += static_cast<std::size_t>(count);
         }

@@ -29,8 +29,8 @@ Atom AtomTable::add(std::string_view text) {
 }
 
 Atom AtomTable::addLowered(std::string_view text) {
-    const bool hasUpper = std::any_of(text.begin(), text.end(),
-                                      [](char c) { return css::lowerOf(c) != c; });
+    const bool hasUpper =
+        std::any_of(text.begin(), text.end(), [](char c) { return css::lowerOf(c) != c; });
     return hasUpper ? add(css::lowered(text)) : add(text);
 }
 

@@ -55,8 +55,7 @@ Answer termAnswer(TokenCursor& in, Question ask, int depth) {
     in.take();
     inside.skipSpace();
     const bool isNested = inside.peek().kind == TokenKind::openParen ||
-                          inside.peek().kind == TokenKind::function ||
-                          isWord(inside.peek(), "not");
+                          inside.peek().kind == TokenKind::function || isWord(inside.peek(), "not");
     return isNested ? conditionAnswer(inside, ask, depth + 1) : ask(inside);
 }
 
@@ -86,14 +85,22 @@ std::optional<double> measured(std::string_view feature) {
     };
     constexpr double kRatio = kViewportWidth / kViewportHeight;
     constexpr Feature kFeatures[] = {
-        {"width", kViewportWidth},         {"height", kViewportHeight},
-        {"device-width", kViewportWidth},  {"device-height", kViewportHeight},
-        {"aspect-ratio", kRatio},          {"device-aspect-ratio", kRatio},
-        {"resolution", 1},                 {"-webkit-device-pixel-ratio", 1},
-        {"device-pixel-ratio", 1},         {"color", 8},
-        {"color-index", 0},                {"monochrome", 0},
-        {"grid", 0},                       {"horizontal-viewport-segments", 1},
-        {"vertical-viewport-segments", 1}, {"-webkit-transform-3d", 1},
+        {"width", kViewportWidth},
+        {"height", kViewportHeight},
+        {"device-width", kViewportWidth},
+        {"device-height", kViewportHeight},
+        {"aspect-ratio", kRatio},
+        {"device-aspect-ratio", kRatio},
+        {"resolution", 1},
+        {"-webkit-device-pixel-ratio", 1},
+        {"device-pixel-ratio", 1},
+        {"color", 8},
+        {"color-index", 0},
+        {"monochrome", 0},
+        {"grid", 0},
+        {"horizontal-viewport-segments", 1},
+        {"vertical-viewport-segments", 1},
+        {"-webkit-transform-3d", 1},
     };
     for (const Feature& known : kFeatures) {
         if (known.name == feature) return known.value;
@@ -237,8 +244,8 @@ Answer declarationAnswer(TokenCursor in) {
         return std::nullopt;
     }
     if (name.text.starts_with("--")) return true;
-    const bool isMakersOwn = name.text.starts_with('-') ||
-                             (in.peek().kind == TokenKind::ident && in.peek().text.starts_with('-'));
+    const bool isMakersOwn = name.text.starts_with('-') || (in.peek().kind == TokenKind::ident &&
+                                                            in.peek().text.starts_with('-'));
     return !isMakersOwn;
 }
 

@@ -209,7 +209,7 @@ std::optional<Value> takeWideKeyword(TokenCursor in) {
     if (token.kind != TokenKind::ident || !in.atEnd()) return std::nullopt;
     using enum Value::Kind;
     constexpr std::pair<std::string_view, Value::Kind> kWide[] = {
-        {"inherit", inherit}, {"initial", initial}, {"unset", unset},
+        {"inherit", inherit}, {"initial", initial},     {"unset", unset},
         {"revert", revert},   {"revert-layer", revert},
     };
     for (const auto& [name, kind] : kWide) {
@@ -274,8 +274,8 @@ std::optional<Value> readValue(Property property, TokenCursor& in, const Reading
 void readDeclaration(std::string_view name, TokenCursor value, bool important,
                      const ReadingContext& context, std::vector<Declaration>& out) {
     if (name.starts_with("--")) {
-        out.push_back({Property::custom, important, context.atoms.add(name),
-                       textValue(value.source())});
+        out.push_back(
+            {Property::custom, important, context.atoms.add(name), textValue(value.source())});
         return;
     }
     const std::string lower = lowered(name);
@@ -304,8 +304,7 @@ void readDeclaration(std::string_view name, TokenCursor value, bool important,
         if (!valid) out.resize(before);
         return valid;
     };
-    const Deferral deferral =
-        context.lengths ? Deferral{} : deferralOf(value.source());
+    const Deferral deferral = context.lengths ? Deferral{} : deferralOf(value.source());
     if (!deferral.hasVariables && !deferral.calculates) {
         read(context);
         return;

@@ -34,29 +34,55 @@ constexpr PseudoEntry kPseudoClasses[] = {
 };
 // Known states that are not those of a page that nobody reads just now.
 constexpr std::string_view kNeverMatching[] = {
-    "visited",           "hover",         "active",        "focus",
-    "focus-within",      "focus-visible", "target",        "target-within",
-    "indeterminate",     "default",       "invalid",       "user-invalid",
-    "user-valid",        "in-range",      "out-of-range",  "placeholder-shown",
-    "autofill",          "fullscreen",    "modal",         "popover-open",
-    "picture-in-picture", "playing",      "paused",        "buffering",
-    "muted",             "stalled",       "seeking",       "current",
-    "past",              "future",        "host",          "defined",
-    "read-write",        "required",      "blank",         "open",
+    "visited",
+    "hover",
+    "active",
+    "focus",
+    "focus-within",
+    "focus-visible",
+    "target",
+    "target-within",
+    "indeterminate",
+    "default",
+    "invalid",
+    "user-invalid",
+    "user-valid",
+    "in-range",
+    "out-of-range",
+    "placeholder-shown",
+    "autofill",
+    "fullscreen",
+    "modal",
+    "popover-open",
+    "picture-in-picture",
+    "playing",
+    "paused",
+    "buffering",
+    "muted",
+    "stalled",
+    "seeking",
+    "current",
+    "past",
+    "future",
+    "host",
+    "defined",
+    "read-write",
+    "required",
+    "blank",
+    "open",
 };
 // Pseudo-elements that may be written like a pseudo-class.
-constexpr std::string_view kOldPseudoElements[] = {"before", "after", "first-line",
-                                                   "first-letter"};
+constexpr std::string_view kOldPseudoElements[] = {"before", "after", "first-line", "first-letter"};
 constexpr std::string_view kPseudoElements[] = {
-    "before",       "after",         "first-line",  "first-letter",         "selection",
-    "placeholder",  "marker",        "backdrop",    "file-selector-button", "cue",
-    "target-text",  "spelling-error", "grammar-error", "details-content"};
+    "before",      "after",          "first-line",    "first-letter",         "selection",
+    "placeholder", "marker",         "backdrop",      "file-selector-button", "cue",
+    "target-text", "spelling-error", "grammar-error", "details-content"};
 // Attributes whose values HTML compares without case.
 constexpr std::string_view kCaselessAttributes[] = {
-    "align",    "bgcolor", "charset", "checked", "clear",  "color",  "compact",   "dir",
-    "disabled", "face",    "frame",   "lang",    "link",   "media",  "method",    "nowrap",
-    "readonly", "rel",     "rev",     "rules",   "scope",  "selected", "shape",   "target",
-    "text",     "type",    "valign",  "vlink",
+    "align",    "bgcolor",  "charset",  "checked", "clear", "color",  "compact",
+    "dir",      "disabled", "face",     "frame",   "lang",  "link",   "media",
+    "method",   "nowrap",   "readonly", "rel",     "rev",   "rules",  "scope",
+    "selected", "shape",    "target",   "text",    "type",  "valign", "vlink",
 };
 
 template <std::size_t n>
@@ -323,8 +349,8 @@ private:
             part.test = Test::never;
             count(kTypeWeight);
             return name.starts_with("-webkit-") || contains(kPseudoElements, name) ||
-                   (isFunction && (name == "part" || name == "slotted" || name == "highlight" ||
-                                   name == "cue"));
+                   (isFunction &&
+                    (name == "part" || name == "slotted" || name == "highlight" || name == "cue"));
         }
         return isFunction ? readFunction(name, arguments, part) : readClass(name, part, parts);
     }
@@ -414,8 +440,7 @@ private:
     bool readArguments(TokenCursor arguments, bool forgiving, std::uint32_t weight,
                        SelectorPart& part) {
         if (depth_ + 1 > kDeepestList) return false;
-        const auto range =
-            SelectorReader(selectors_, depth_ + 1).readList(arguments, forgiving);
+        const auto range = SelectorReader(selectors_, depth_ + 1).readList(arguments, forgiving);
         if (!range) return false;
         std::uint32_t strongest = 0;
         for (std::uint32_t i = range->begin; i < range->end; ++i) {

@@ -136,17 +136,21 @@ bool isNormal(const Token& token) {
 // Words of `font` in front of the size that say nothing here: variants and widths.
 bool isOtherFontWord(const Token& token) {
     if (token.kind != TokenKind::ident) return false;
-    constexpr std::string_view kWords[] = {
-        "small-caps",      "ultra-condensed", "extra-condensed", "condensed",     "semi-condensed",
-        "semi-expanded",   "expanded",        "extra-expanded",  "ultra-expanded"};
+    constexpr std::string_view kWords[] = {"small-caps", "ultra-condensed", "extra-condensed",
+                                           "condensed",  "semi-condensed",  "semi-expanded",
+                                           "expanded",   "extra-expanded",  "ultra-expanded"};
     return std::any_of(std::begin(kWords), std::end(kWords),
                        [&](std::string_view word) { return equalsNoCase(token.text, word); });
 }
 
 bool isSystemFont(const Token& token) {
     if (token.kind != TokenKind::ident) return false;
-    constexpr std::string_view kWords[] = {"caption",       "icon",          "menu",
-                                           "message-box",   "small-caption", "status-bar",
+    constexpr std::string_view kWords[] = {"caption",
+                                           "icon",
+                                           "menu",
+                                           "message-box",
+                                           "small-caption",
+                                           "status-bar",
                                            "-webkit-small-control"};
     return std::any_of(std::begin(kWords), std::end(kWords),
                        [&](std::string_view word) { return equalsNoCase(token.text, word); });
@@ -202,10 +206,10 @@ constexpr Property kMarginInline[] = {marginLeft, marginRight};
 constexpr Property kPadding[] = {paddingTop, paddingRight, paddingBottom, paddingLeft};
 constexpr Property kPaddingBlock[] = {paddingTop, paddingBottom};
 constexpr Property kPaddingInline[] = {paddingLeft, paddingRight};
-constexpr Property kBorder[] = {
-    borderTopWidth, borderRightWidth, borderBottomWidth, borderLeftWidth,
-    borderTopStyle, borderRightStyle, borderBottomStyle, borderLeftStyle,
-    borderTopColor, borderRightColor, borderBottomColor, borderLeftColor};
+constexpr Property kBorder[] = {borderTopWidth,    borderRightWidth,  borderBottomWidth,
+                                borderLeftWidth,   borderTopStyle,    borderRightStyle,
+                                borderBottomStyle, borderLeftStyle,   borderTopColor,
+                                borderRightColor,  borderBottomColor, borderLeftColor};
 constexpr Property kBorderTop[] = {borderTopWidth, borderTopStyle, borderTopColor};
 constexpr Property kBorderRight[] = {borderRightWidth, borderRightStyle, borderRightColor};
 constexpr Property kBorderBottom[] = {borderBottomWidth, borderBottomStyle, borderBottomColor};

@@ -142,7 +142,8 @@ private:
         char32_t character = 0;
         for (int digits = 0; digits < 6 && hasMore() && isHexOf(peek()); ++digits, ++at_) {
             const char c = lowerOf(peek());
-            character = character * 16 + static_cast<char32_t>(isDigitOf(c) ? c - '0' : c - 'a' + 10);
+            character =
+                character * 16 + static_cast<char32_t>(isDigitOf(c) ? c - '0' : c - 'a' + 10);
         }
         if (hasMore() && peek() == '\r' && peek(1) == '\n') ++at_;
         if (hasMore() && isSpaceOf(peek())) ++at_;
@@ -324,9 +325,8 @@ bool equalsNoCase(std::string_view text, std::string_view word) {
 }
 
 bool startsWithNoCase(std::string_view text, std::string_view word) {
-    return text.size() >= word.size() &&
-           std::equal(word.begin(), word.end(), text.begin(),
-                      [](char a, char b) { return a == lowerOf(b); });
+    return text.size() >= word.size() && std::equal(word.begin(), word.end(), text.begin(),
+                                                    [](char a, char b) { return a == lowerOf(b); });
 }
 
 std::string lowered(std::string_view text) {

@@ -16,7 +16,7 @@ namespace corvy::platform::css {
 
 enum class TokenKind : std::uint8_t {
     ident,
-    function,   // its parenthesis included; `match` is the closing one
+    function,  // its parenthesis included; `match` is the closing one
     atKeyword,
     hash,
     string,

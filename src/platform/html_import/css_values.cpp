@@ -114,8 +114,8 @@ Color colorOfOklab(double lightness, double a, double b, double alpha) {
     const double m = std::pow(lightness - 0.1055613458 * a - 0.0638541728 * b, 3);
     const double s = std::pow(lightness - 0.0894841775 * a - 1.2914855480 * b, 3);
     const auto encoded = [](double linear) {
-        return 255 * (linear <= 0.0031308 ? 12.92 * linear
-                                          : 1.055 * std::pow(linear, 1 / 2.4) - 0.055);
+        return 255 *
+               (linear <= 0.0031308 ? 12.92 * linear : 1.055 * std::pow(linear, 1 / 2.4) - 0.055);
     };
     return {byteOf(encoded(4.0767416621 * l - 3.3077115913 * m + 0.2309699292 * s)),
             byteOf(encoded(-1.2684380046 * l + 2.6097574011 * m - 0.3413193965 * s)),
@@ -220,8 +220,8 @@ public:
         MathValue result = arguments[0];
         if (name == "clamp") {
             if (arguments.size() != 3) return std::nullopt;
-            result.value = std::max(arguments[0].value,
-                                    std::min(arguments[1].value, arguments[2].value));
+            result.value =
+                std::max(arguments[0].value, std::min(arguments[1].value, arguments[2].value));
         } else if (name == "min" || name == "max") {
             for (const MathValue& argument : arguments) {
                 result.value = name == "min" ? std::min(result.value, argument.value)

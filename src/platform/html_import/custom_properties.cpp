@@ -86,9 +86,8 @@ CustomProperties::Scope CustomProperties::make(const Scope& around, const Declar
     auto& values = scope->values_;
 
     std::function<std::optional<std::string>(Atom, int)> lookup;
-    Substitution substitution(atoms, [&lookup](Atom name, int depth) {
-        return lookup(name, depth);
-    });
+    Substitution substitution(atoms,
+                              [&lookup](Atom name, int depth) { return lookup(name, depth); });
     lookup = [&](Atom name, int depth) -> std::optional<std::string> {
         if (const auto known = values.find(name); known != values.end()) return known->second;
         const auto entry = entries.find(name);
@@ -121,12 +120,13 @@ std::optional<std::string_view> CustomProperties::find(const Scope& scope, Atom 
     return std::nullopt;
 }
 
-std::optional<std::string> substituted(std::string_view text,
-                                       const CustomProperties::Scope& scope, AtomTable& atoms) {
-    return Substitution(atoms, [&scope](Atom name, int) -> std::optional<std::string> {
-               const auto value = CustomProperties::find(scope, name);
-               return value ? std::optional<std::string>(*value) : std::nullopt;
-           })
+std::optional<std::string> substituted(std::string_view text, const CustomProperties::Scope& scope,
+                                       AtomTable& atoms) {
+    return Substitution(atoms,
+                        [&scope](Atom name, int) -> std::optional<std::string> {
+                            const auto value = CustomProperties::find(scope, name);
+                            return value ? std::optional<std::string>(*value) : std::nullopt;
+                        })
         .run(text, 0);
 }
 

@@ -35,7 +35,7 @@ private:
 };
 
 // The text with its references replaced; none when one has neither a value nor a fallback.
-std::optional<std::string> substituted(std::string_view text,
-                                       const CustomProperties::Scope& scope, AtomTable& atoms);
+std::optional<std::string> substituted(std::string_view text, const CustomProperties::Scope& scope,
+                                       AtomTable& atoms);
 
 }  // namespace corvy::platform::css

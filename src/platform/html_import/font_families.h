@@ -19,7 +19,9 @@ public:
     // Of a list as it stands in a sheet.
     FontFamily add(std::string_view list);
     // The generic family `monospace` and nothing else, which has a default size of its own.
-    bool isMonospaceAlone(FontFamily family) const { return families_[family.index].monospaceAlone; }
+    bool isMonospaceAlone(FontFamily family) const {
+        return families_[family.index].monospaceAlone;
+    }
     // In the order of preference, as they are written.
     const std::vector<std::string>& names(FontFamily family) const {
         return families_[family.index].names;

@@ -27,9 +27,8 @@ constexpr std::size_t kMostFrames = 32;
 
 bool hasWord(std::string_view text, std::string_view word) {
     bool found = false;
-    forEachWord(text, [&](std::string_view each) {
-        found = found || css::equalsNoCase(each, word);
-    });
+    forEachWord(text,
+                [&](std::string_view each) { found = found || css::equalsNoCase(each, word); });
     return found;
 }
 
@@ -204,9 +203,7 @@ private:
 
     // Pictures of one dot count visitors; nobody misses them.
     static bool isTiny(const css::ComputedStyle& style) {
-        const auto tiny = [](css::Extent extent) {
-            return !extent.isPercent && extent.value <= 1;
-        };
+        const auto tiny = [](css::Extent extent) { return !extent.isPercent && extent.value <= 1; };
         return tiny(style.width) && tiny(style.height);
     }
 

@@ -17,8 +17,8 @@ struct HtmlImportOptions {
     std::optional<Url> baseURL = {};
     // Nothing is loaded without it. Must outlive the call.
     ResourceLoader* loader = nullptr;
-    // The text, in UTF-8, of a frame or a style sheet; `charset` is that of its transport, or empty.
-    // Without it they are taken for UTF-8.
+    // The text, in UTF-8, of a frame or a style sheet; `charset` is that of its transport, or
+    // empty. Without it they are taken for UTF-8.
     std::function<std::string(std::span<const std::byte> bytes, std::string_view charset,
                               ResourceKind kind)>
         decode = {};

@@ -30,7 +30,7 @@ struct HtmlNode {
     std::uint32_t firstClass = 0;
     std::uint32_t classCount = 0;
     Atom id = kNoAtom;
-    std::uint32_t position = 0;  // among the elements of its parent, from 1
+    std::uint32_t position = 0;      // among the elements of its parent, from 1
     std::uint32_t elementCount = 0;  // elements that are its children
     std::string_view text = {};
 

@@ -53,8 +53,8 @@ Size sizeOfJpeg(const Reader& in) {
             ++at;
             continue;
         }
-        const bool isFrame = marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 &&
-                             marker != 0xC8 && marker != 0xCC;
+        const bool isFrame =
+            marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC;
         if (isFrame) return sizeOf(in.big(at + 7, 2), in.big(at + 5, 2));
         if (marker == 0xD9 || marker == 0xDA) return {};
         at += 2 + in.big(at + 2, 2);

@@ -65,8 +65,7 @@ std::u16string counterText(ListType type, std::int32_t number) {
             case ListType::upperRoman:
                 if (number > kLargestRoman) break;
                 return roman(number, type == ListType::upperRoman);
-            case ListType::decimalLeadingZero:
-                return (number < 10 ? u"0" : u"") + decimal(number);
+            case ListType::decimalLeadingZero: return (number < 10 ? u"0" : u"") + decimal(number);
             default: break;
         }
     }

@@ -24,16 +24,14 @@ bool isOneOf(const std::string_view (&names)[n], std::string_view name) {
     return std::find(std::begin(names), std::end(names), name) != std::end(names);
 }
 
-constexpr std::string_view kVoid[] = {"area",  "base",  "basefont", "bgsound", "br",
-                                      "col",   "embed", "frame",    "hr",      "img",
-                                      "image", "input", "keygen",   "link",    "meta",
-                                      "param", "source", "track",   "wbr"};
+constexpr std::string_view kVoid[] = {
+    "area",  "base",  "basefont", "bgsound", "br",   "col",   "embed",  "frame", "hr", "img",
+    "image", "input", "keygen",   "link",    "meta", "param", "source", "track", "wbr"};
 // Their content is text up to their end tag.
-constexpr std::string_view kRaw[] = {"iframe",   "noembed", "noframes", "script", "style",
-                                     "textarea", "title",   "xmp"};
-constexpr std::string_view kFormatting[] = {"a",    "b",    "big", "code",   "em",
-                                            "font", "i",    "nobr", "s",     "small",
-                                            "strike", "strong", "tt", "u"};
+constexpr std::string_view kRaw[] = {"iframe", "noembed",  "noframes", "script",
+                                     "style",  "textarea", "title",    "xmp"};
+constexpr std::string_view kFormatting[] = {"a",    "b", "big",   "code",   "em",     "font", "i",
+                                            "nobr", "s", "small", "strike", "strong", "tt",   "u"};
 // What a start tag ends, unless one of the last names lies in between.
 struct Ending {
     std::string_view name;
@@ -55,10 +53,10 @@ constexpr Ending kEndings[] = {
 };
 // Start tags of these end a paragraph.
 constexpr std::string_view kBlocks[] = {
-    "address", "article", "aside",  "blockquote", "center", "details", "dir",  "div",
-    "dl",      "fieldset", "figure", "footer",    "form",   "h1",      "h2",   "h3",
-    "h4",      "h5",       "h6",     "header",    "hr",     "main",    "menu", "nav",
-    "ol",      "p",        "pre",    "section",   "table",  "ul",      "li",   "dd", "dt"};
+    "address",  "article", "aside",  "blockquote", "center", "details", "dir", "div", "dl",
+    "fieldset", "figure",  "footer", "form",       "h1",     "h2",      "h3",  "h4",  "h5",
+    "h6",       "header",  "hr",     "main",       "menu",   "nav",     "ol",  "p",   "pre",
+    "section",  "table",   "ul",     "li",         "dd",     "dt"};
 
 class Guard {
 public:
@@ -110,8 +108,8 @@ private:
                html_[at_] != '>') {
             ++at_;
         }
-        const std::string name = lowered(html_.substr(nameStart, std::min<std::size_t>(
-                                                                     at_ - nameStart, kLongest)));
+        const std::string name =
+            lowered(html_.substr(nameStart, std::min<std::size_t>(at_ - nameStart, kLongest)));
         readAttributes();
         if (isEnd) {
             endElement(name, start);
@@ -204,7 +202,8 @@ private:
     }
 
     void endWhatItEnds(const std::string& name) {
-        if (isOneOf(kBlocks, name)) endUpTo(std::array<std::string_view, 1>{"p"}, kParagraphBarriers);
+        if (isOneOf(kBlocks, name))
+            endUpTo(std::array<std::string_view, 1>{"p"}, kParagraphBarriers);
         for (const Ending& ending : kEndings) {
             if (ending.name == name) endUpTo(ending.ends, ending.barriers);
         }

@@ -56,9 +56,9 @@ constexpr Alias kAliases[] = {
 
 std::u16string fontFamilyOf(const std::vector<std::string>& names) {
     for (const std::string& name : names) {
-        const auto* found = std::find_if(
-            std::begin(kAliases), std::end(kAliases),
-            [&](const Alias& alias) { return css::equalsNoCase(name, alias.name); });
+        const auto* found =
+            std::find_if(std::begin(kAliases), std::end(kAliases),
+                         [&](const Alias& alias) { return css::equalsNoCase(name, alias.name); });
         if (found != std::end(kAliases)) return std::u16string(found->family);
     }
     return names.empty() || names[0].empty() ? u"Times" : fromUtf8(names[0]);

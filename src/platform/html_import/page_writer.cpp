@@ -26,9 +26,10 @@ using css::isNone;
 constexpr double kPointsOfPixel = 0.75;
 // Without a layout a wide margin says more of the page than of the text: insets end here, pixels.
 constexpr double kWidestInset = 240;
-constexpr double kMarkerRoom = 30;     // points in front of an item's text
-constexpr double kMarkerIndent = 11;   // points in front of the marker in it
-constexpr float kBold = 600;           // weight from which on text is bold
+constexpr double kMarkerRoom = 30;    // points in front of an item's text
+constexpr double kMarkerIndent = 11;  // points in front of the marker in it
+constexpr float kBold = 600;          // weight from which on text is bold
+constexpr float kLeastSize = 0.5;     // pixels; smaller text is hidden that way
 
 constexpr std::size_t kTop = 0, kRight = 1, kBottom = 2, kLeft = 3;
 
@@ -95,12 +96,13 @@ std::int32_t integerOf(std::optional<std::string_view> text, std::int32_t otherw
 // As it is shown: what is not said follows from the picture's own proportions.
 Size shownSize(const ComputedStyle& style, Size natural) {
     const auto given = [](css::Extent extent, double whole) {
-        return isNone(extent.value) ? css::kNone
-                                    : static_cast<float>(extent.isPercent
-                                                             ? extent.value / 100 * whole
-                                                             : extent.value);
+        return isNone(extent.value)
+                   ? css::kNone
+                   : static_cast<float>(extent.isPercent ? extent.value / 100 * whole
+                                                         : extent.value);
     };
-    const double ratio = natural.width > 0 && natural.height > 0 ? natural.height / natural.width : 0;
+    const double ratio =
+        natural.width > 0 && natural.height > 0 ? natural.height / natural.width : 0;
     // A percentage is one of a box whose width is not known: it only bounds.
     const bool isWidthKnown = !isNone(style.width.value) && !style.width.isPercent;
     const bool isHeightKnown = !isNone(style.height.value) && !style.height.isPercent;
@@ -148,11 +150,9 @@ std::u16string fileName(const Url& url, std::u16string_view extension) {
 
 PageWriter::PageWriter(const HtmlTree& tree, const css::StyleResolver& styles,
                        const PageResources& resources, const std::optional<Url>& baseURL)
-    : tree_(tree),
-      styles_(styles),
-      resources_(resources),
-      baseURL_(baseURL),
-      flow_(text_, [this] { return beginParagraph(); }) {}
+    : tree_(tree), styles_(styles), resources_(resources), baseURL_(baseURL), flow_(text_, [this] {
+          return beginParagraph();
+      }) {}
 
 AttributedText PageWriter::write() {
     for (NodeIndex node = 0; node < tree_.size();) {
@@ -188,8 +188,7 @@ bool PageWriter::writeWhole(NodeIndex node, const ComputedStyle& style) {
         if (frame != resources_.frames.end()) flow_.addParagraphs(frame->second);
         return true;
     }
-    return tag == Name::select || tag == Name::video || css::isNeverShown(tag) ||
-           style.display == Display::tableColumn;
+    return css::isNeverShown(tag) || style.display == Display::tableColumn;
 }
 
 void PageWriter::open(NodeIndex node) {
@@ -353,7 +352,7 @@ void PageWriter::followLink(NodeIndex node) {
 
 void PageWriter::writeText(NodeIndex node) {
     const ComputedStyle& style = styles_.styleOf(node);
-    if (style.visibility == css::Visibility::hidden) return;
+    if (style.visibility == css::Visibility::hidden || style.fontSize < kLeastSize) return;
     flow_.addText(tree_[node].text, textStyle(node), style.whiteSpace, style.textTransform);
 }
 

@@ -38,7 +38,7 @@ private:
     struct Box {
         NodeIndex node = kNoNode;
         bool isBlock = false;
-        bool isItem = false;   // of a list, with a marker
+        bool isItem = false;  // of a list, with a marker
         bool isCell = false;
         bool isTable = false;
         // What was before it, for when it ends.

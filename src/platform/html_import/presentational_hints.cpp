@@ -15,8 +15,8 @@ std::optional<double> leadingNumber(std::string_view text, std::string_view& res
     while (!text.empty() && isSpaceOf(text.front())) text.remove_prefix(1);
     if (text.starts_with('+')) text.remove_prefix(1);
     double number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number,
-                                              std::chars_format::fixed);
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + text.size(), number, std::chars_format::fixed);
     if (error != std::errc() || !std::isfinite(number)) return std::nullopt;
     rest = text.substr(static_cast<std::size_t>(end - text.data()));
     return std::clamp(number, -1e6, 1e6);
@@ -205,7 +205,7 @@ private:
             give(atEdge(Property::borderTopStyle, edge), Value::Kind::keyword).keyword =
                 static_cast<std::uint8_t>(BorderStyle::line);
             give(atEdge(Property::borderTopColor, edge), Value::Kind::color).color = {128, 128,
-                                                                                     128};
+                                                                                      128};
         }
     }
 
@@ -224,11 +224,10 @@ void addPresentationalHints(const HtmlTree& tree, NodeIndex node, AtomTable& ato
 }
 
 bool isNeverShown(Atom tag) {
-    constexpr Name kNames[] = {Name::area,     Name::base,     Name::embed,   Name::frameset,
-                               Name::head,     Name::iframe,   Name::link,    Name::math,
-                               Name::meta,     Name::noframes, Name::object,  Name::rp,
-                               Name::script,   Name::style,    Name::svg,     Name::template_,
-                               Name::title,    Name::video,    Name::media};
+    constexpr Name kNames[] = {Name::audio,  Name::canvas,   Name::datalist, Name::head,
+                               Name::math,   Name::noframes, Name::rp,       Name::script,
+                               Name::select, Name::style,    Name::svg,      Name::template_,
+                               Name::title,  Name::video};
     return std::any_of(std::begin(kNames), std::end(kNames),
                        [tag](Name name) { return tag == name; });
 }

@@ -12,7 +12,7 @@ namespace corvy::platform::css {
 void addPresentationalHints(const HtmlTree& tree, NodeIndex node, AtomTable& atoms,
                             std::vector<Declaration>& out);
 
-// Elements whose content is no text of the page, whatever its sheets say.
+// Elements whose content is never text of the page, whatever its sheets say.
 bool isNeverShown(Atom tag);
 
 }  // namespace corvy::platform::css

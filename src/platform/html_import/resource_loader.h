@@ -31,7 +31,8 @@ public:
     virtual ~ResourceLoader() = default;
     // One answer for each request, in their order; none for what is not there, not allowed, too
     // large or too late.
-    virtual std::vector<std::optional<Resource>> load(std::span<const ResourceRequest> requests) = 0;
+    virtual std::vector<std::optional<Resource>> load(
+        std::span<const ResourceRequest> requests) = 0;
 };
 
 }  // namespace corvy::platform

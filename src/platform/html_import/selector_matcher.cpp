@@ -272,8 +272,7 @@ std::int64_t SelectorMatcher::positionOf(const SelectorPart& part, NodeIndex nod
     std::int64_t position = 1;
     NodeIndex other = fromEnd ? element.nextSibling : element.previousElement;
     while (other != kNoNode && spend(1)) {
-        if (tree_[other].isElement() &&
-            matchesAnyOf(sheets_.selectors().list(part.list), other)) {
+        if (tree_[other].isElement() && matchesAnyOf(sheets_.selectors().list(part.list), other)) {
             ++position;
         }
         other = fromEnd ? tree_[other].nextSibling : tree_[other].previousElement;

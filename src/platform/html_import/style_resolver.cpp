@@ -138,7 +138,7 @@ struct Assignment {
     }
     void operator()(FontFamily&) const {}
     template <typename Enumeration>
-        requires std::is_enum_v<Enumeration>
+    requires std::is_enum_v<Enumeration>
     void operator()(Enumeration& member) const {
         if (value.kind == Value::Kind::keyword) member = static_cast<Enumeration>(value.keyword);
     }
@@ -213,7 +213,8 @@ std::uint32_t StyleResolver::resolve(NodeIndex node, std::uint32_t parent,
     addPresentationalHints(tree_, node, sheets_.atoms(), hints_);
 
     // Elements that are made of the same have the same style, unless attributes add to it.
-    const bool isRoot = tree_[node].parent == kNoNode || tree_[tree_[node].parent].parent == kNoNode;
+    const bool isRoot =
+        tree_[node].parent == kNoNode || tree_[tree_[node].parent].parent == kNoNode;
     const bool isShared = hints_.empty() && !isRoot;
     if (isShared) {
         key_.clear();
@@ -328,8 +329,10 @@ void StyleResolver::set(Property property, const Value& value, const ComputedSty
     if (property == Property::fontWeight) {
         const float around = parent.fontWeight;
         const bool bolder = value.keyword == 2;
-        style.fontWeight = bolder ? (around < 350 ? 400 : around < 550 ? 700 : std::max(around, 900.F))
-                                  : (around < 550 ? std::min(around, 100.F)
+        style.fontWeight = bolder ? (around < 350   ? 400
+                                     : around < 550 ? 700
+                                                    : std::max(around, 900.F))
+                                  : (around < 550   ? std::min(around, 100.F)
                                      : around < 750 ? 400.F
                                                     : 700.F);
         return;
@@ -400,8 +403,9 @@ void StyleResolver::adjust(NodeIndex node, const ComputedStyle& parent,
     const bool isAtomic = style.display == Display::inlineBlock ||
                           style.display == Display::inlineTable ||
                           style.display == Display::inlineFlex;
-    const auto lines = static_cast<std::uint8_t>(style.decoration) |
-                       (isOutOfFlow || isAtomic ? 0 : static_cast<std::uint8_t>(parent.decorations));
+    const auto lines =
+        static_cast<std::uint8_t>(style.decoration) |
+        (isOutOfFlow || isAtomic ? 0 : static_cast<std::uint8_t>(parent.decorations));
     style.decorations = static_cast<Decoration>(lines);
 
     const bool isTop = isRoot || tree_[node].tag == Name::body;

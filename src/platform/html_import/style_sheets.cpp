@@ -120,13 +120,13 @@ private:
         in.take();
         Layer layer = layer_;
         if (isNamed(in.peek(), "layer")) {
-            layer = layerNamed(in.peek().opens() ? trimmed(in.inside().source())
-                                                 : std::string_view());
+            layer =
+                layerNamed(in.peek().opens() ? trimmed(in.inside().source()) : std::string_view());
             in.take();
         }
         if (in.peek().kind == TokenKind::function && isNamed(in.peek(), "supports")) {
-            if (!supportsMatches(in.upTo(TokenCursor(in.list(), in.list().next(in.position()),
-                                                     in.end())))) {
+            if (!supportsMatches(
+                    in.upTo(TokenCursor(in.list(), in.list().next(in.position()), in.end())))) {
                 return;
             }
             in.take();
@@ -248,10 +248,7 @@ private:
 };
 
 StyleSheets::StyleSheets(AtomTable& atoms, bool quirks, SheetImporter importer)
-    : atoms_(atoms),
-      quirks_(quirks),
-      importer_(std::move(importer)),
-      selectors_(atoms, quirks) {}
+    : atoms_(atoms), quirks_(quirks), importer_(std::move(importer)), selectors_(atoms, quirks) {}
 
 void StyleSheets::add(SheetText sheet, Origin origin) {
     SheetReader(*this, origin).readSheet(std::move(sheet), 0);

@@ -31,8 +31,8 @@ struct SheetText {
     std::string address;  // what its own imports are relative to
 };
 // Gives the sheet at `reference`, as it stands in one at `base`; none when there is none.
-using SheetImporter = std::function<std::optional<SheetText>(const std::string& reference,
-                                                             const std::string& base)>;
+using SheetImporter =
+    std::function<std::optional<SheetText>(const std::string& reference, const std::string& base)>;
 
 class StyleSheets {
 public:

@@ -40,7 +40,8 @@ void TextFlow::settle() {
     // Gaps stand around all of its lines, even where those are paragraphs of their own.
     const std::u16string& string = text_.string();
     const std::size_t firstEnd = string.find(u'\n', text_.unstyledStart()) + 1;
-    const std::size_t lastStart = string.size() < 2 ? 0 : string.rfind(u'\n', string.size() - 2) + 1;
+    const std::size_t lastStart =
+        string.size() < 2 ? 0 : string.rfind(u'\n', string.size() - 2) + 1;
     if (lastStart >= firstEnd && firstEnd > 0) {
         text_.setParagraphStyle(style_, firstEnd);
         style_.spacingBefore = 0;

@@ -59,7 +59,7 @@ private:
     std::function<ParagraphStyle()> paragraphBegins_;
     bool inParagraph_ = false;
     bool atLineStart_ = true;
-    bool inWord_ = false;  // for capitals
+    bool inWord_ = false;    // for capitals
     bool hasSpace_ = false;  // that is added when something follows
     StyleIndex spaceStyle_ = 0;
     StyleIndex lastStyle_ = 0;
@@ -68,7 +68,7 @@ private:
     bool breaksPage_ = false;
     double gap_ = 0;
     std::vector<std::size_t> cellStarts_;
-    ParagraphStyle style_;  // of the paragraph that is open, or that ended last
+    ParagraphStyle style_;   // of the paragraph that is open, or that ended last
     bool isSettled_ = true;  // the last paragraph has its style
     std::string collapsed_;  // words of one text that are not added yet
 };

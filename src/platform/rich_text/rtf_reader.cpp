@@ -8,8 +8,11 @@
 
 #include "foundation/text.h"
 #include "platform/rich_text/rtf_encoding.h"
+#include "platform/rich_text/rtf_font_table.h"
+#include "platform/rich_text/rtf_group.h"
 #include "platform/rich_text/rtf_info.h"
 #include "platform/rich_text/rtf_links.h"
+#include "platform/rich_text/rtf_list_table.h"
 #include "platform/rich_text/rtf_picture.h"
 #include "platform/rich_text/rtf_scanner.h"
 #include "platform/rich_text/rtf_state.h"
@@ -25,82 +28,10 @@ constexpr std::size_t kDeepest = 1000;
 constexpr std::uint32_t kMostTabs = 64;  // of a paragraph
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-// What the text of a group is.
-enum class Destination : std::uint8_t {
-    body,
-    dropped,  // nothing, but groups inside it may be something
-    fonts,
-    colors,
-    listText,  // part of the body that stands between tabs
-    info,
-    infoText,
-    infoTime,
-    instruction,  // of a field
-    listTable,
-    overrides,
-    levelText,
-    levelMarker,
-    picture,
-    attachment,      // its name
-    attachmentRest,  // what stands for it in the text
-};
-
-// Whether the text is gathered, to be looked at when the group ends.
-bool isGathered(Destination destination) {
-    switch (destination) {
-        case Destination::fonts:
-        case Destination::infoText:
-        case Destination::instruction:
-        case Destination::levelText:
-        case Destination::levelMarker:
-        case Destination::attachment: return true;
-        default: return false;
-    }
-}
-
-struct Group {
-    RtfCharacters characters;
-    RtfParagraph paragraph;
-    Destination destination = Destination::body;
-    bool begins = false;              // the destination begins with this group
-    bool inAlternatives = false;      // of which one, in a group of its own, is meant for us
-    RtfWord word = RtfWord::unknown;  // that began it
-    std::int32_t fallback = 1;        // items that stand behind a \u for other readers
-    std::int32_t link = -1;           // of the field
-    RtfStory* story = nullptr;
-};
-
 std::string_view withoutMark(std::span<const std::byte> bytes) {
     std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
     return text.substr(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-}
-
-char16_t characterOfWord(RtfWord word) {
-    switch (word) {
-        case RtfWord::line:
-        case RtfWord::softline: return kLineBreak;
-        case RtfWord::page:
-        case RtfWord::column: return kPageBreak;
-        case RtfWord::tab: return u'\t';
-        case RtfWord::emdash: return u'\x2014';
-        case RtfWord::endash: return u'\x2013';
-        case RtfWord::emspace: return u'\x2003';
-        case RtfWord::enspace: return u'\x2002';
-        case RtfWord::qmspace: return u'\x2005';
-        case RtfWord::bullet: return u'\x2022';
-        case RtfWord::lquote: return u'\x2018';
-        case RtfWord::rquote: return u'\x2019';
-        case RtfWord::ldblquote: return u'\x201C';
-        case RtfWord::rdblquote: return u'\x201D';
-        case RtfWord::zwbo: return u'\x200B';
-        case RtfWord::zwnbo: return u'\x2060';
-        case RtfWord::zwj: return u'\x200D';
-        case RtfWord::zwnj: return u'\x200C';
-        case RtfWord::ltrmark: return u'\x200E';
-        case RtfWord::rtlmark: return u'\x200F';
-        default: return 0;
-    }
 }
 
 class Reader {
@@ -148,7 +79,7 @@ private:
                 break;
             case RtfToken::Kind::word: word(token); break;
             case RtfToken::Kind::binary:
-                if (!skipsFallback() && group_.destination == Destination::picture) {
+                if (!skipsFallback() && group_.destination == RtfDestination::picture) {
                     picture_.addBytes(token.text);
                 }
                 break;
@@ -156,8 +87,6 @@ private:
         }
         return true;
     }
-
-    // Groups.
 
     void open() {
         endBytes();
@@ -179,18 +108,23 @@ private:
             --tooDeep_;
             return;
         }
-        const Group ended = std::exchange(group_, groups_.back());
+        const RtfGroup ended = std::exchange(group_, groups_.back());
         groups_.pop_back();
         const std::size_t tabs = group_.paragraph.firstTab + group_.paragraph.tabs;
         resources_.tabs.resize(std::min(resources_.tabs.size(), tabs));
         if (ended.begins) endDestination(ended);
     }
 
-    void beginDestination(RtfWord word, Destination destination) {
+    void beginDestination(RtfWord word, RtfDestination destination) {
         group_.destination = destination;
         group_.word = word;
         group_.begins = true;
         if (isGathered(destination)) gathered_.clear();
+    }
+
+    void drop(RtfWord word) {
+        if (group_.destination != RtfDestination::dropped) group_.outer = group_.destination;
+        beginDestination(word, RtfDestination::dropped);
     }
 
     void skipGroup() {
@@ -198,37 +132,32 @@ private:
         group_.begins = false;
     }
 
-    void endDestination(const Group& ended) {
+    void endDestination(const RtfGroup& ended) {
         switch (ended.destination) {
-            case Destination::fonts: endFont(); break;
-            case Destination::infoText: info_.setText(ended.word, std::move(gathered_)); break;
-            case Destination::infoTime: info_.setTime(ended.word); break;
-            case Destination::instruction:
+            case RtfDestination::fonts: fonts_.endEntry(gathered_); break;
+            case RtfDestination::infoText: info_.setText(ended.word, std::move(gathered_)); break;
+            case RtfDestination::infoTime: info_.setTime(ended.word); break;
+            case RtfDestination::instruction:
                 if (auto link = linkOfInstruction(gathered_)) {
                     group_.link = static_cast<std::int32_t>(resources_.links.size());
                     resources_.links.push_back(*std::move(link));
                 }
                 break;
-            case Destination::levelText: level().text = std::move(gathered_); break;
-            case Destination::levelMarker: level().marker = trimWhite(gathered_); break;
-            case Destination::listText: endListText(); break;
-            case Destination::picture: endPicture(ended); break;
-            case Destination::attachment: endAttachment(ended); break;
-            case Destination::listTable:
-                if (ended.word == RtfWord::list)
-                    resources_.lists[listIdentifier_] = std::move(list_);
+            case RtfDestination::levelText: lists_.setText(std::move(gathered_)); break;
+            case RtfDestination::levelMarker: lists_.setMarker(trimWhite(gathered_)); break;
+            case RtfDestination::listText: endListText(); break;
+            case RtfDestination::picture: endPicture(ended); break;
+            case RtfDestination::attachment: endAttachment(ended); break;
+            case RtfDestination::listTable:
+                if (ended.word == RtfWord::list) lists_.endList();
                 break;
-            case Destination::overrides:
-                if (ended.word == RtfWord::listoverride) {
-                    resources_.listOverrides[overrideNumber_] = listIdentifier_;
-                }
+            case RtfDestination::overrides:
+                if (ended.word == RtfWord::listoverride) lists_.endOverride();
                 break;
             default: break;
         }
         gathered_.clear();
     }
-
-    // Text.
 
     bool skipsFallback() {
         if (fallbackLeft_ == 0) return false;
@@ -248,9 +177,9 @@ private:
             ascii.remove_prefix(1);
         }
         if (ascii.empty()) return;
-        const Destination destination = group_.destination;
-        if (destination == Destination::picture) return picture_.addDigits(ascii);
-        if (destination == Destination::body && symbolFont() == SymbolFont::none) {
+        const RtfDestination destination = group_.destination;
+        if (destination == RtfDestination::picture) return picture_.addDigits(ascii);
+        if (destination == RtfDestination::body && symbolFont() == SymbolFont::none) {
             if (!isHidden()) plainText(ascii);
             return;
         }
@@ -294,21 +223,21 @@ private:
     // One code unit of text, wherever it belongs.
     void unit(char16_t value) {
         switch (group_.destination) {
-            case Destination::listText:
+            case RtfDestination::listText:
                 // The marker stands between tabs, of which other writers leave out the first.
                 if (!hasListText_ && value != u'\t') bodyUnit(u'\t');
                 hasListText_ = true;
                 bodyUnit(value);
                 break;
-            case Destination::body: bodyUnit(value); break;
-            case Destination::fonts:
+            case RtfDestination::body: bodyUnit(value); break;
+            case RtfDestination::fonts:
                 if (value == u';') {
                     endFont();
                 } else {
                     gathered_ += value;
                 }
                 break;
-            case Destination::colors:
+            case RtfDestination::colors:
                 if (value == u';') {
                     resources_.colors.push_back(std::exchange(color_, std::nullopt));
                 }
@@ -340,8 +269,6 @@ private:
         }
     }
 
-    // Words.
-
     void word(const RtfToken& token) {
         const RtfWordEntry entry = rtfWordNamed(token.text);
         if (fallbackLeft_ > 0 && entry.kind != RtfWordKind::unicode) {
@@ -358,8 +285,9 @@ private:
             case RtfWordKind::ignored: skipGroup(); break;
             case RtfWordKind::character:
                 endBytes();
-                if (group_.destination == Destination::fonts && entry.word == RtfWord::f) {
-                    beginFont(value);
+                if (group_.destination == RtfDestination::fonts && entry.word == RtfWord::f) {
+                    endFont();
+                    fonts_.beginEntry(value);
                 } else {
                     applyCharacterWord(group_.characters, entry.word, token.hasValue, value);
                 }
@@ -369,16 +297,20 @@ private:
             case RtfWordKind::row:
             case RtfWordKind::border:
             case RtfWordKind::otherBorder:
-                if (group_.destination != Destination::body) break;
+                if (group_.destination != RtfDestination::body) break;
                 group_.story->tables().apply(std::max(group_.paragraph.depth(), 1), entry,
                                              token.hasValue, value);
                 break;
             case RtfWordKind::text: textWord(entry.word); break;
             case RtfWordKind::unicode: unicodeWord(entry.word, token); break;
-            case RtfWordKind::header: headerWord(entry.word, value); break;
-            case RtfWordKind::font: fontWord(entry.word, value); break;
+            case RtfWordKind::header: fonts_.applyHeaderWord(entry.word, value); break;
+            case RtfWordKind::font:
+                if (group_.destination == RtfDestination::fonts) {
+                    fonts_.applyFontWord(entry.word, value);
+                }
+                break;
             case RtfWordKind::color: colorWord(entry.word, value); break;
-            case RtfWordKind::listing: listWord(entry.word, value); break;
+            case RtfWordKind::listing: lists_.apply(entry.word, value); break;
             case RtfWordKind::picture: picture_.apply(entry.word, value); break;
             case RtfWordKind::attachment: attachmentWord(entry.word, value); break;
             case RtfWordKind::document: info_.applyDocumentWord(entry.word, value); break;
@@ -389,74 +321,79 @@ private:
     void destination(RtfWord word) {
         switch (word) {
             case RtfWord::fonttbl:
-                beginDestination(word, Destination::fonts);
-                fontNumber_ = 0;
+                beginDestination(word, RtfDestination::fonts);
+                fonts_.beginEntry(0);
                 break;
             case RtfWord::colortbl:
                 resources_.colors.clear();
                 color_.reset();
-                beginDestination(word, Destination::colors);
+                beginDestination(word, RtfDestination::colors);
                 break;
-            case RtfWord::listtable: beginDestination(word, Destination::listTable); break;
+            case RtfWord::listtable: beginDestination(word, RtfDestination::listTable); break;
             case RtfWord::list:
-                list_.clear();
-                listIdentifier_ = 0;
-                beginDestination(word, Destination::listTable);
+                lists_.beginList();
+                beginDestination(word, RtfDestination::listTable);
                 break;
             case RtfWord::listlevel:
-                if (list_.size() < 9) list_.emplace_back();
-                beginDestination(word, Destination::listTable);
+                lists_.beginLevel();
+                beginDestination(word, RtfDestination::listTable);
                 break;
-            case RtfWord::leveltext: beginDestination(word, Destination::levelText); break;
-            case RtfWord::levelmarker: beginDestination(word, Destination::levelMarker); break;
+            case RtfWord::leveltext: beginDestination(word, RtfDestination::levelText); break;
+            case RtfWord::levelmarker: beginDestination(word, RtfDestination::levelMarker); break;
             case RtfWord::listoverridetable:
-            case RtfWord::listoverride: beginDestination(word, Destination::overrides); break;
+            case RtfWord::listoverride: beginDestination(word, RtfDestination::overrides); break;
             case RtfWord::listtext:
             case RtfWord::pntext:
-                if (group_.destination == Destination::body) {
-                    beginDestination(word, Destination::listText);
+                if (group_.destination == RtfDestination::body) {
+                    beginDestination(word, RtfDestination::listText);
                 }
                 hasListText_ = false;
                 break;
-            case RtfWord::info: beginDestination(word, Destination::info); break;
+            case RtfWord::info: beginDestination(word, RtfDestination::info); break;
             case RtfWord::creatim:
-            case RtfWord::revtim: beginDestination(word, Destination::infoTime); break;
+            case RtfWord::revtim: beginDestination(word, RtfDestination::infoTime); break;
             case RtfWord::field: group_.link = -1; break;
-            case RtfWord::fldinst: beginDestination(word, Destination::instruction); break;
+            case RtfWord::fldinst: beginDestination(word, RtfDestination::instruction); break;
             case RtfWord::fldrslt:
                 if (group_.link >= 0) group_.characters.link = group_.link;
                 break;
             case RtfWord::pict:
                 picture_ = {};
-                beginDestination(word, Destination::picture);
+                beginDestination(word, RtfDestination::picture);
                 break;
             case RtfWord::shp:
             case RtfWord::shpinst:
             case RtfWord::sp:
-            case RtfWord::object:
-                outer_ = group_.destination == Destination::dropped ? outer_ : group_.destination;
-                beginDestination(word, Destination::dropped);
-                break;
+            case RtfWord::object: drop(word); break;
             case RtfWord::shptxt:
             case RtfWord::result:
-                if (group_.destination == Destination::dropped) beginDestination(word, outer_);
+                if (group_.destination == RtfDestination::dropped &&
+                    group_.outer == RtfDestination::body) {
+                    beginDestination(word, RtfDestination::body);
+                }
                 break;
             case RtfWord::footnote:
                 if (group_.story == &body_) {
                     group_.story = &footnotes_;
-                    beginDestination(word, Destination::body);
+                    beginDestination(word, RtfDestination::body);
                 }
                 break;
-            case RtfWord::upr: group_.inAlternatives = true; break;
-            case RtfWord::ud: group_.inAlternatives = false; break;
+            case RtfWord::upr:
+                group_.inAlternatives = true;
+                drop(word);
+                break;
+            case RtfWord::ud:
+                group_.inAlternatives = false;
+                group_.destination = group_.outer;
+                break;
             case RtfWord::NeXTGraphic:
                 picture_ = {};
-                beginDestination(word, Destination::attachment);
+                beginDestination(word, RtfDestination::attachment);
                 break;
             default:
                 if (infoKeyOf(word) != nullptr) {
-                    if (group_.destination == Destination::info) {
-                        beginDestination(word, Destination::infoText);
+                    if (group_.destination == RtfDestination::info) {
+                        beginDestination(word, RtfDestination::infoText);
                     } else {
                         skipGroup();
                     }
@@ -465,12 +402,12 @@ private:
     }
 
     void paragraphWord(RtfWord word, const RtfToken& token) {
-        if (group_.destination == Destination::overrides) {
-            if (word == RtfWord::ls) overrideNumber_ = token.value;
+        if (group_.destination == RtfDestination::overrides) {
+            if (word == RtfWord::ls) lists_.apply(word, token.value);
             return;
         }
         // The marker of an item has the properties of its paragraph, said once more.
-        if (group_.destination == Destination::listText) return;
+        if (group_.destination == RtfDestination::listText) return;
         applyParagraphWord(group_.paragraph, word, token.hasValue, token.value);
         if (word == RtfWord::pard) {
             group_.paragraph.firstTab = static_cast<std::uint32_t>(resources_.tabs.size());
@@ -486,7 +423,7 @@ private:
             default: break;
         }
         const TabKind kind = std::exchange(paragraph.nextTab, TabKind::left);
-        if (paragraph.tabs >= kMostTabs || group_.destination != Destination::body) return;
+        if (paragraph.tabs >= kMostTabs || group_.destination != RtfDestination::body) return;
         std::vector<TabStop>& tabs = resources_.tabs;
         if (paragraph.firstTab + paragraph.tabs != tabs.size()) {
             // Those of the group around this one follow: the paragraph's move behind them.
@@ -504,7 +441,7 @@ private:
             endBytes();
             return unit(character);
         }
-        if (group_.destination != Destination::body) return;
+        if (group_.destination != RtfDestination::body) return;
         endBytes();
         switch (word) {
             case RtfWord::par:
@@ -525,7 +462,7 @@ private:
 
     void endParagraph() {
         endBytes();
-        if (group_.destination == Destination::body && !isHidden()) {
+        if (group_.destination == RtfDestination::body && !isHidden()) {
             group_.story->endParagraph(group_.paragraph, group_.characters);
         } else if (isGathered(group_.destination)) {
             gathered_ += u'\n';
@@ -554,89 +491,28 @@ private:
         fallbackLeft_ = group_.fallback;
     }
 
-    void headerWord(RtfWord word, std::int32_t value) {
-        switch (word) {
-            case RtfWord::ansi: encoding_ = Encoding::kWindows1252; break;
-            case RtfWord::mac: encoding_ = Encoding::kMacRoman; break;
-            case RtfWord::pc: encoding_ = Encoding::kDOS437; break;
-            case RtfWord::pca: encoding_ = Encoding::kDOS850; break;
-            case RtfWord::ansicpg:
-                if (const Encoding page = encodingOfCodePage(value); page != Encoding::kInvalid) {
-                    encoding_ = page;
-                }
-                break;
-            default: resources_.defaultFont = value; break;  // \deff
-        }
-    }
-
-    // Fonts and their encodings.
-
-    void beginFont(std::int32_t number) {
-        endFont();
-        fontNumber_ = number;
-    }
-
     void endFont() {
-        RtfFont& font = resources_.fonts[fontNumber_];
-        if (const auto name = trimWhite(gathered_); !name.empty() && font.name.empty()) {
-            font.name = name;
-        }
-        font.symbols = symbolFontNamed(font.name, font.symbolCharset);
+        fonts_.endEntry(gathered_);
         gathered_.clear();
-        knownFont_ = kNoFont;
     }
 
-    void fontWord(RtfWord word, std::int32_t value) {
-        if (group_.destination != Destination::fonts) return;
-        RtfFont& font = resources_.fonts[fontNumber_];
-        if (word == RtfWord::cpg) {
-            font.encoding = encodingOfCodePage(value);
-            return;
-        }
-        constexpr std::int32_t kAnsi = 0, kSymbols = 2;
-        font.symbolCharset = value == kSymbols;
-        // The Latin set of a document in an East Asian code page is Latin all the same; otherwise
-        // writers mean the document's.
-        const bool isOwn = value != kAnsi || encodingIsDoubleByte(encoding_);
-        font.encoding = isOwn ? encodingOfFontCharset(value) : Encoding::kInvalid;
-        knownFont_ = kNoFont;
-    }
-
-    void lookUpFont() {
-        const RtfCharacters& characters = group_.characters;
-        const bool isDoubleByte = characters.doubleByte && characters.doubleByteFont >= 0;
-        const std::int32_t number = isDoubleByte ? characters.doubleByteFont : characters.font;
-        if (number == knownFont_) return;
-        const RtfFont* font = resources_.fontWithNumber(number);
-        knownFont_ = number;
-        knownEncoding_ = font != nullptr ? font->encoding : Encoding::kInvalid;
-        knownSymbols_ = font != nullptr ? font->symbols : SymbolFont::none;
+    bool isText() const {
+        return group_.destination == RtfDestination::body ||
+               group_.destination == RtfDestination::listText;
     }
 
     Encoding encoding() {
-        lookUpFont();
-        if (group_.destination == Destination::fonts) {
-            const auto font = resources_.fonts.find(fontNumber_);
-            if (font != resources_.fonts.end() && font->second.encoding != Encoding::kInvalid) {
-                return font->second.encoding;
-            }
-        }
-        const bool usesFont =
-            group_.destination == Destination::body || group_.destination == Destination::listText;
-        return usesFont && knownEncoding_ != Encoding::kInvalid ? knownEncoding_ : encoding_;
+        if (isText()) return fonts_.encodingOf(group_.characters);
+        const bool isName = group_.destination == RtfDestination::fonts;
+        return isName ? fonts_.entryEncoding() : fonts_.documentEncoding();
     }
 
     SymbolFont symbolFont() {
-        if (group_.destination != Destination::body &&
-            group_.destination != Destination::listText) {
-            return SymbolFont::none;
-        }
-        lookUpFont();
-        return knownSymbols_;
+        return isText() ? fonts_.symbolsOf(group_.characters) : SymbolFont::none;
     }
 
     void colorWord(RtfWord word, std::int32_t value) {
-        if (group_.destination != Destination::colors) return;
+        if (group_.destination != RtfDestination::colors) return;
         if (!color_) color_ = RgbColor{};
         const auto component = static_cast<std::uint8_t>(std::clamp(value, 0, 255));
         switch (word) {
@@ -646,86 +522,54 @@ private:
         }
     }
 
-    // Lists.
-
-    RtfListLevel& level() {
-        if (list_.empty()) list_.emplace_back();
-        return list_.back();
-    }
-
-    void listWord(RtfWord word, std::int32_t value) {
-        switch (word) {
-            case RtfWord::levelnfc: level().format = value; break;
-            case RtfWord::levelstartat: level().start = value; break;
-            default: listIdentifier_ = value; break;  // \listid
-        }
-    }
-
     void endListText() {
         if (hasListText_ && group_.story->lastUnit() != u'\t') bodyUnit(u'\t');
     }
 
-    // Pictures and files.
+    bool isBody() const { return group_.destination == RtfDestination::body; }
 
-    bool isBody() const { return group_.destination == Destination::body; }
-
-    void endPicture(const Group& ended) {
+    void endPicture(const RtfGroup& ended) {
         std::optional<FileNode> file = picture_.takeFile();
         const Size size = picture_.size();
         picture_ = {};
-        const bool isDropped = group_.destination != Destination::dropped && !isBody();
+        const bool isDropped = group_.destination != RtfDestination::dropped && !isBody();
         if (!file || isDropped || isHidden()) return;
         group_.story->attach(*std::move(file), size, ended.characters);
     }
 
     void attachmentWord(RtfWord word, std::int32_t value) {
-        if (group_.destination != Destination::attachment) return;
+        if (group_.destination != RtfDestination::attachment) return;
         picture_.apply(word == RtfWord::width ? RtfWord::picwgoal : RtfWord::pichgoal, value);
     }
 
-    void endAttachment(const Group& ended) {
+    void endAttachment(const RtfGroup& ended) {
         const Size size = picture_.size();
         picture_ = {};
         const std::u16string_view name = trimWhite(gathered_);
         const bool wasBody = isBody();
-        group_.destination = Destination::attachmentRest;
+        group_.destination = RtfDestination::attachmentRest;
         if (!wasBody || package_ == nullptr || isHidden()) return;
         const auto file = std::ranges::find(package_->entries, name, &FileNode::name);
         if (file == package_->entries.end()) return;
         group_.story->attach(*file, size, ended.characters);
     }
 
-    static bool encodingIsDoubleByte(Encoding encoding) {
-        return encoding == Encoding::kDOS932 || encoding == Encoding::kDOS936 ||
-               encoding == Encoding::kDOS949 || encoding == Encoding::kDOS950;
-    }
-
-    static constexpr std::int32_t kNoFont = -2;
-
     RtfScanner scanner_;
     const FileNode* package_;
     RtfResources resources_;
+    RtfFontTable fonts_{resources_};
+    RtfListTable lists_{resources_};
     RtfStory body_{resources_};
     RtfStory footnotes_{resources_};
     RtfInfo info_;
-    Group group_;
-    std::vector<Group> groups_;  // those around it
-    std::size_t tooDeep_ = 0;    // groups that are open beyond the deepest
-    bool starred_ = false;       // the next word may be skipped with its group
+    RtfGroup group_;
+    std::vector<RtfGroup> groups_;  // those around it
+    std::size_t tooDeep_ = 0;       // groups that are open beyond the deepest
+    bool starred_ = false;          // the next word may be skipped with its group
     std::int32_t fallbackLeft_ = 0;
-    Encoding encoding_ = Encoding::kWindows1252;
     RtfByteDecoder decoder_;
     std::u16string gathered_;
-    Destination outer_ = Destination::body;  // of what is dropped
-    // The font that was looked up last.
-    std::int32_t knownFont_ = kNoFont;
-    Encoding knownEncoding_ = Encoding::kInvalid;
-    SymbolFont knownSymbols_ = SymbolFont::none;
-    std::int32_t fontNumber_ = 0;    // of the entry of the font table
     std::optional<RgbColor> color_;  // of the entry of the colour table
-    std::vector<RtfListLevel> list_;
-    std::int32_t listIdentifier_ = 0;
-    std::int32_t overrideNumber_ = 0;
     bool hasListText_ = false;
     int footnoteNumber_ = 0;
     RtfPicture picture_;

@@ -83,7 +83,7 @@ private:
             std::array<bool, 256> table{};
             for (int i = 1; i < 0x80; ++i) table[static_cast<std::size_t>(i)] = true;
             for (const char other : {'{', '}', '\\', '\r', '\n'}) {
-                table[static_cast<std::size_t>(other)] = false;
+                table[static_cast<unsigned char>(other)] = false;
             }
             return table;
         }();

@@ -10,6 +10,7 @@ namespace {
 constexpr std::size_t kMostCells = 64;    // of a row
 constexpr std::int32_t kTolerance = 10;   // twips by which bounds of one column may differ
 constexpr std::int32_t kThinBorder = 10;  // twips
+constexpr std::int32_t kNoBorder = -1;    // whatever its width
 
 std::optional<TextLength> lengthOf(RtfWidth width) {
     if (width.unit == 2) return TextLength{width.value / 50.0, true};
@@ -52,16 +53,22 @@ void applyBorderWord(RtfRow& row, RtfWord word, std::int32_t value) {
     if (row.edge == RtfWord::unknown) return;
     std::int32_t& width = *edgeOf(row.next.borderWidth, row.edge);
     switch (word) {
-        case RtfWord::brdrw: width = std::clamp(value, 0, 2000); break;
+        case RtfWord::brdrw:
+            if (width != kNoBorder) width = std::clamp(value, 0, 2000);
+            break;
         case RtfWord::brdrcf: *edgeOf(row.next.borderColor, row.edge) = value; break;
         case RtfWord::brdrnone:
-        case RtfWord::brdrnil: width = 0; break;
+        case RtfWord::brdrnil: width = kNoBorder; break;
         default:
-            if (width == 0) width = kThinBorder;
+            if (width <= 0) width = kThinBorder;
     }
 }
 
 void endCellDefinition(RtfRow& row, std::int32_t right) {
+    // kept: the most common word processor takes left and top for each other, here alone. Its cells
+    // have padding on the left and right, as a rule.
+    Edges<std::int32_t>& padding = row.next.padding;
+    if (padding.left < 0 && padding.top == padding.right) std::swap(padding.left, padding.top);
     row.next.right = right;
     if (!row.cells.empty() && right < row.cells.back().right)
         row.next.right = row.cells.back().right;
@@ -72,7 +79,6 @@ void endCellDefinition(RtfRow& row, std::int32_t right) {
 
 void applyRowWord(RtfRow& row, RtfWord word, std::int32_t value) {
     switch (word) {
-        case RtfWord::trowd: row = {}; break;
         case RtfWord::trleft: row.left = value; break;
         case RtfWord::trgaph: row.gap = std::max(value, 0); break;
         case RtfWord::trql: row.alignment = TextAlignment::left; break;
@@ -117,6 +123,10 @@ RtfRow& RtfTables::definitionAt(std::int32_t depth) {
 }
 
 void RtfTables::apply(std::int32_t depth, RtfWordEntry entry, bool hasValue, std::int32_t value) {
+    if (entry.word == RtfWord::trowd) {
+        level(depth).definition = std::make_shared<RtfRow>();
+        return;
+    }
     RtfRow& row = definitionAt(depth);
     const std::int32_t number = hasValue ? value : 0;
     switch (entry.kind) {

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 
+#include "platform/rich_text/attributed_text.h"
+
 namespace corvy::platform {
 
 namespace {
@@ -50,6 +52,33 @@ RtfWordEntry rtfWordNamed(std::string_view name) {
         if (known.name == name) return known.entry;
     }
     return {};
+}
+
+char16_t characterOfWord(RtfWord word) {
+    switch (word) {
+        case RtfWord::line:
+        case RtfWord::softline: return kLineBreak;
+        case RtfWord::page:
+        case RtfWord::column: return kPageBreak;
+        case RtfWord::tab: return u'\t';
+        case RtfWord::emdash: return u'\x2014';
+        case RtfWord::endash: return u'\x2013';
+        case RtfWord::emspace: return u'\x2003';
+        case RtfWord::enspace: return u'\x2002';
+        case RtfWord::qmspace: return u'\x2005';
+        case RtfWord::bullet: return u'\x2022';
+        case RtfWord::lquote: return u'\x2018';
+        case RtfWord::rquote: return u'\x2019';
+        case RtfWord::ldblquote: return u'\x201C';
+        case RtfWord::rdblquote: return u'\x201D';
+        case RtfWord::zwbo: return u'\x200B';
+        case RtfWord::zwnbo: return u'\x2060';
+        case RtfWord::zwj: return u'\x200D';
+        case RtfWord::zwnj: return u'\x200C';
+        case RtfWord::ltrmark: return u'\x200E';
+        case RtfWord::rtlmark: return u'\x200F';
+        default: return 0;
+    }
 }
 
 }  // namespace corvy::platform

@@ -42,5 +42,7 @@ struct RtfWordEntry {
 };
 
 RtfWordEntry rtfWordNamed(std::string_view name);
+// What a word of the kind `text` stands for; 0 for those that end something.
+char16_t characterOfWord(RtfWord word);
 
 }  // namespace corvy::platform

@@ -188,13 +188,26 @@ private:
         const TextTable& table = text_.tables()[cell.table];
         if (depth == 0) out_.raw("\n\\itap1");
         out_.raw("\\trowd");
+        const std::vector<RtfLayoutCell>& row = tables_.row(cell.table, cell.row);
+        const double gap = commonGap(row);
+        out_.lengthIfAny("\\trgaph", gap);
         if (table.alignment == TextAlignment::center) out_.raw("\\trqc");
         if (table.alignment == TextAlignment::right) out_.raw("\\trqr");
         if (table.background) out_.word("\\trcbpat", head_.color(table.background));
         if (table.width) writeWidth("\\trwWidth", "\\trftsWidth", *table.width);
         if (depth > 0 && tables_.isLastRow(cell.table, cell.row)) out_.raw("\\lastrow");
         out_.raw('\n');
-        for (const RtfLayoutCell& each : tables_.row(cell.table, cell.row)) writeCell(each);
+        for (const RtfLayoutCell& each : row) writeCell(each, gap);
+    }
+
+    // The padding on the left and right of all cells; 0 when it differs. Readers do not agree on
+    // the words for the padding of single cells.
+    static double commonGap(const std::vector<RtfLayoutCell>& row) {
+        const double gap = row.empty() ? 0 : row.front().cell.padding.left;
+        const bool isCommon = std::ranges::all_of(row, [gap](const RtfLayoutCell& each) {
+            return each.cell.padding.left == gap && each.cell.padding.right == gap;
+        });
+        return isCommon ? std::max(gap, 0.0) : 0;
     }
 
     void writeWidth(std::string_view word, std::string_view unitWord, TextLength width) {
@@ -207,7 +220,7 @@ private:
         out_.word(unitWord, width.percent ? kFiftieths : kTwips);
     }
 
-    void writeCell(const RtfLayoutCell& each) {
+    void writeCell(const RtfLayoutCell& each, double gap) {
         const TableCell& cell = each.cell;
         if (each.continuesRows) {
             out_.raw("\\clvmrg");
@@ -226,9 +239,9 @@ private:
         writeBorder("\\clbrdrt", cell.borderWidth.top, cell.borderColor.top);
         writeBorder("\\clbrdrr", cell.borderWidth.right, cell.borderColor.right);
         writeBorder("\\clbrdrb", cell.borderWidth.bottom, cell.borderColor.bottom);
-        writePadding("\\clpadl", "\\clpadfl3", cell.padding.left);
+        if (gap <= 0) writePadding("\\clpadl", "\\clpadfl3", cell.padding.left);
         writePadding("\\clpadt", "\\clpadft3", cell.padding.top);
-        writePadding("\\clpadr", "\\clpadfr3", cell.padding.right);
+        if (gap <= 0) writePadding("\\clpadr", "\\clpadfr3", cell.padding.right);
         writePadding("\\clpadb", "\\clpadfb3", cell.padding.bottom);
         out_.word("\\cellx", each.right);
         out_.raw('\n');

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <span>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -50,12 +51,7 @@ public:
 
 private:
     // Bytes that are at the same place are the same.
-    struct Identity {
-        const std::byte* data;
-        std::size_t size;
-        std::u16string name;
-        auto operator<=>(const Identity&) const = default;
-    };
+    using Identity = std::tuple<const std::byte*, std::size_t, std::u16string>;
 
     // "image-1.png"
     static std::u16string numbered(std::u16string_view name, std::size_t number) {

@@ -56,16 +56,18 @@ TEST(Css, ReadsTokensAndRecovers) {
          "{a|#ff0000}"},
         {"a nested rule, and what stands behind it",
          "div{&.c p{color:red} b{font-style:italic} font-size:8pt}",
-         "<div class=c><p>a<b>b</b></div><div><p>c</div>",
-         "{a|8 #ff0000}{b\n|b i 8 #ff0000}{c|8}"},
-        {"invalid values do not count", "p{color:red;color:#12345;color:rgb(1,2);font-size:-3px;"
-         "font-size:7;display:nonsense}", "<p>a", "{a|#ff0000}"},
+         "<div class=c><p>a<b>b</b></div><div><p>c</div>", "{a|8 #ff0000}{b\n|b i 8 #ff0000}{c|8}"},
+        {"invalid values do not count",
+         "p{color:red;color:#12345;color:rgb(1,2);font-size:-3px;"
+         "font-size:7;display:nonsense}",
+         "<p>a", "{a|#ff0000}"},
     });
 }
 
 TEST(Css, Selects) {
-    const std::string list = "<ul style='padding:0;margin:0;list-style:none'><li>1<li>2<li>3<li>4"
-                             "<li>5</ul>";
+    const std::string list =
+        "<ul style='padding:0;margin:0;list-style:none'><li>1<li>2<li>3<li>4"
+        "<li>5</ul>";
     struct Selected {
         const char* selector;
         const char* body;
@@ -117,14 +119,14 @@ TEST(Css, Selects) {
         EXPECT_EQ(wordsWith("#0000ff", text), c.expected) << c.selector;
     }
     const std::pair<const char*, const char*> formulas[] = {
-        {"odd", "135"}, {"even", "24"},  {"3", "3"},      {"2n+1", "135"}, {"-n+2", "12"},
-        {"n+4", "45"},  {"3N - 1", "25"}, {"0n+2", "2"},  {"-2n+3", "13"}, {"+n", "12345"},
-        {"n+", ""},     {"2 n", "24"},   {"--n", ""},     {"-1", ""},
+        {"odd", "135"}, {"even", "24"},   {"3", "3"},    {"2n+1", "135"}, {"-n+2", "12"},
+        {"n+4", "45"},  {"3N - 1", "25"}, {"0n+2", "2"}, {"-2n+3", "13"}, {"+n", "12345"},
+        {"n+", ""},     {"2 n", "24"},    {"--n", ""},   {"-1", ""},
     };
     for (const auto& [formula, expected] : formulas) {
-        const std::string text = test::page("<!doctype html><style>li:nth-child(" +
-                                            std::string(formula) +
-                                            "){font-weight:bold}</style>" + list);
+        const std::string text =
+            test::page("<!doctype html><style>li:nth-child(" + std::string(formula) +
+                       "){font-weight:bold}</style>" + list);
         EXPECT_EQ(wordsWith("b", text), expected) << formula;
     }
 }
@@ -146,19 +148,23 @@ TEST(Css, Cascades) {
         {"the page over hints, hints over our sheet", "font{font-size:20px}",
          "<font size=7 color=red>a</font><font color=chucknorris size=+1>b</font>",
          "{a|15 #ff0000}{b|15 #c00000}"},
-        {"layers: the later one, and none over all", "@layer b,a;@layer a{p{color:blue;"
+        {"layers: the later one, and none over all",
+         "@layer b,a;@layer a{p{color:blue;"
          "font-style:italic}}@layer b{p.c{color:lime;font-style:normal}}p{color:red}",
          "<p class=c>a", "{a|i #ff0000}"},
-        {"wide keywords", "p{color:red;font-style:italic}b{font-weight:initial;color:unset}"
+        {"wide keywords",
+         "p{color:red;font-style:italic}b{font-weight:initial;color:unset}"
          "em{font-style:revert}s{text-decoration:inherit;margin:inherit}",
          "<p>a<b>b</b><em>c</em><s>d</s>", "{abcd|i #ff0000}"},
-        {"conditions", "@media print{p{color:blue}}@media (min-width:600px) and (max-width:50em){"
+        {"conditions",
+         "@media print{p{color:blue}}@media (min-width:600px) and (max-width:50em){"
          "p{color:red}}@media (width>=801px){p{color:lime}}@media (400px<width<=800px){"
          "p{font-style:italic}}@media not all and (orientation:portrait){p{font-weight:bold}}"
          "@media (foo){p{color:lime}}@media not (foo){p{color:lime}}"
-         "@supports (display:grid) and (not (-x-y:z)){p{font-size:20px}}", "<p>a",
-         "{a|b i 15 #ff0000}"},
-        {"custom properties", ":root{--a:var(--b);--b:red;--c:var(--d);--d:var(--c);--s:10px}"
+         "@supports (display:grid) and (not (-x-y:z)){p{font-size:20px}}",
+         "<p>a", "{a|b i 15 #ff0000}"},
+        {"custom properties",
+         ":root{--a:var(--b);--b:red;--c:var(--d);--d:var(--c);--s:10px}"
          "p{--b:blue;color:var(--a);font-style:var(--none,italic);font-weight:var(--c,bold);"
          "font-size:calc(var(--s)*2)}i{color:var(--none);font-size:var(--b)}",
          "<p>a<i>b</i>", "{ab|b i 15 #ff0000}"},
@@ -173,21 +179,27 @@ TEST(Css, Cascades) {
 
 TEST(Css, ComputesValues) {
     check({
-        {"sizes", "p{font-size:20px}b{font:italic 2em/1.5 Arial,serif}i{font-size:smaller}"
-         "s{font-size:50%}u{font-size:2rem}", "<p><b>a</b><i>b</i><s>c</s><u>d</u>",
-         "{a|i 30 Arial}{b|i 12.5}{c|7.5 s}{d|24 u}"},
-        {"units", "b{font-size:1in}i{font-size:10mm}s{font-size:3vw}u{font-size:6pc}q{font-size:"
-         "12pt}", "<b>a</b><i>b</i><s>c</s><u>d</u><q>e</q>",
-         "{a|b 72}{b|i 28.35}{c|18 s}{d|72 u}e"},
-        {"calculations", "b{font-size:calc(1em + 2*(3px - 1px))}i{font-size:clamp(10px,50%,2em)}"
+        {"sizes",
+         "p{font-size:20px}b{font:italic 2em/1.5 Arial,serif}i{font-size:smaller}"
+         "s{font-size:50%}u{font-size:2rem}",
+         "<p><b>a</b><i>b</i><s>c</s><u>d</u>", "{a|i 30 Arial}{b|i 12.5}{c|7.5 s}{d|24 u}"},
+        {"units",
+         "b{font-size:1in}i{font-size:10mm}s{font-size:3vw}u{font-size:6pc}q{font-size:"
+         "12pt}",
+         "<b>a</b><i>b</i><s>c</s><u>d</u><q>e</q>", "{a|b 72}{b|i 28.35}{c|18 s}{d|72 u}e"},
+        {"calculations",
+         "b{font-size:calc(1em + 2*(3px - 1px))}i{font-size:clamp(10px,50%,2em)}"
          "s{font-size:max(1vw,4px,3px)}u{font-size:calc(1px + 2)}",
          "<b>a</b><i>b</i><s>c</s><u>d</u>", "{a|b 15}{b|i 7.5}{c|6 s}{d|u}"},
-        {"monospace alone is smaller", "s,u{font-family:monospace}u{font-size:20px}q{font-family:"
-         "monospace,x}", "<code>a</code><s>b</s><u>c</u><q>d</q><p style='font-size:32px'><tt>e",
+        {"monospace alone is smaller",
+         "s,u{font-family:monospace}u{font-size:20px}q{font-family:"
+         "monospace,x}",
+         "<code>a</code><s>b</s><u>c</u><q>d</q><p style='font-size:32px'><tt>e",
          "{a|9.75 Courier}{b|9.75 Courier s}{c|15 Courier u}{d\n|Courier}{e|19.5 Courier}"},
         {"weights", "p{font-weight:300}b{font-weight:bolder}i{font-weight:600}s{font-weight:599}",
          "<p>a<b>b</b><i>c</i><s>d</s>", "ab{c|b i}{d|s}"},
-        {"colours", "b{color:#0f08}i{color:hsl(120,100%,25%)}s{color:rgb(10% 20 30/50%)}"
+        {"colours",
+         "b{color:#0f08}i{color:hsl(120,100%,25%)}s{color:rgb(10% 20 30/50%)}"
          "u{color:rebeccapurple}q{color:oklch(62.8% .2577 29.23)}",
          "<b>a</b><i>b</i><s>c</s><u>d</u><q>e</q>",
          "{a|b #77ff77}{b|i #008000}{c|#8d8a8f s}{d|#663399 u}{e|#ff0000}"},
@@ -195,10 +207,13 @@ TEST(Css, ComputesValues) {
          "p{text-decoration:underline red}i{text-decoration:none}.b{display:inline-block}",
          "<p><i>a</i><b class=b>b</b><s>c</s>", "{a|i u}{b|b}{c|u s}"},
         {"text is transformed", "p{text-transform:capitalize}b{text-transform:uppercase}",
-         "<p>it's a <b>stra&szlig;e &eacute;</b>", "It's A {STRA\xC3\x9F" "E \xC3\x89|b}"},
+         "<p>it's a <b>stra&szlig;e &eacute;</b>",
+         "It's A {STRA\xC3\x9F"
+         "E \xC3\x89|b}"},
         {"what is hidden", "i{display:none}b{visibility:hidden}u{visibility:visible}",
          "a<i>b</i><b>c<u>d</u></b><span hidden>e</span><svg><text>f</text></svg><template>g"
-         "</template><math>h</math><select><option>i</select>", "a{d|b u}"},
+         "</template><math>h</math><select><option>i</select>",
+         "a{d|b u}"},
         {"light text keeps its ground", "p{background:#000;color:#fff}", "<p>a",
          "{a|#ffffff on #000000}"},
         {"sub and super", "", "a<sup>b<sub>c</sub></sup>", "a{b|10 super1}{c|8.33}"},

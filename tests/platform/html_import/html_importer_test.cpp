@@ -25,17 +25,22 @@ TEST(HtmlImporter, BreaksLinesAndParagraphs) {
     constexpr Case cases[] = {
         {"nothing", "", ""},
         {"white space is joined across elements", " a <b> b</b> \n <i>\tc </i><p> d ", "a b c\nd"},
-        {"none at the start and end of lines", "<p> a <br> b <br></p> c", "a\xE2\x80\xA8" "b\nc"},
+        {"none at the start and end of lines", "<p> a <br> b <br></p> c",
+         "a\xE2\x80\xA8"
+         "b\nc"},
         {"a break at the end adds nothing, a second one does", "a<br><br><div>b<br></div>c",
          "a\xE2\x80\xA8\nb\nc"},
         {"breaks alone are lines", "<div>a</div><br><br>b",
-         "a\n\xE2\x80\xA8\xE2\x80\xA8" "b"},
+         "a\n\xE2\x80\xA8\xE2\x80\xA8"
+         "b"},
         {"empty blocks are nothing", "<div><p></p><p> </p></div>a<div></div>b", "a\nb"},
         {"pre keeps lines, but not the first and last", "<pre>\n a\tb\n\n c\n</pre>d",
          " a\tb\n\n c\nd"},
         {"pre-line keeps lines alone", "<p style='white-space:pre-line'>a  b \n  c\n</p>d",
          "a b\nc\nd"},
-        {"spaces that do not break", "a&nbsp; &nbsp;b", "a\xC2\xA0 \xC2\xA0" "b"},
+        {"spaces that do not break", "a&nbsp; &nbsp;b",
+         "a\xC2\xA0 \xC2\xA0"
+         "b"},
         {"characters with a meaning of their own are dropped", "a&#xFFFC;b&#x2028;c&#1;d&#x2029;",
          "abcd"},
         {"flex items are boxes, inline blocks are not",
@@ -46,8 +51,10 @@ TEST(HtmlImporter, BreaksLinesAndParagraphs) {
          "<table><tr><td>a<td><tr><th>b<td>c</table>d", "a\n\nb\nc\nd"},
         {"only scripts would show it", "<style>html{display:none}</style><p>a<i hidden>b", "a"},
         {"nothing is shown at all", "<div style='display:none'>a<script>b</script></div>", "a"},
-        {"ruby, wbr, noscript and forms", "<ruby>a<rp>(</rp><rt>b</rt></ruby>c<wbr>d<noscript>e"
-         "</noscript><button>f</button><textarea>g</textarea><input value=h>", "abcdefg"},
+        {"ruby, wbr, noscript and forms",
+         "<ruby>a<rp>(</rp><rt>b</rt></ruby>c<wbr>d<noscript>e"
+         "</noscript><button>f</button><textarea>g</textarea><input value=h>",
+         "abcdefg"},
     };
     for (const Case& c : cases) EXPECT_EQ(textOf(c.html), c.text) << c.name;
 }
@@ -62,8 +69,7 @@ TEST(HtmlImporter, MarksListItems) {
          "\t\xE2\x80\xA2\ta\n\t\xE2\x97\xA6\tb\nc\n\t\xE2\x80\xA2\td"},
         {"<ol start=3><li>a<li value=9>b<li>c</ol>", "\t3.\ta\n\t9.\tb\n\t10.\tc"},
         {"<ol reversed type=a><li>a<li>b</ol>", "\tb.\ta\n\ta.\tb"},
-        {"<ol type=I start=1999><li>a</ol><ol type=i start=0><li>b</ol>",
-         "\tMCMXCIX.\ta\n\t0.\tb"},
+        {"<ol type=I start=1999><li>a</ol><ol type=i start=0><li>b</ol>", "\tMCMXCIX.\ta\n\t0.\tb"},
         {"<ol type=A start=26><li>a<li>b</ol>", "\tZ.\ta\n\tAA.\tb"},
         {"<ul style='list-style:none'><li>a</ul>", "a"},
         {"<ul style=\"list-style-type:'->'\"><li>a</ul>", "\t->\ta"},
@@ -73,8 +79,8 @@ TEST(HtmlImporter, MarksListItems) {
     };
     for (const Case& c : cases) EXPECT_EQ(textOf(c.html), c.text) << c.html;
 
-    const AttributedText text = test::pageText(
-        "<!doctype html><ol><li>a<ul><li>b</ul></ol><ul><li>c</ul>");
+    const AttributedText text =
+        test::pageText("<!doctype html><ol><li>a<ul><li>b</ul></ol><ul><li>c</ul>");
     ASSERT_EQ(text.lists().size(), 3U);
     EXPECT_EQ(text.lists()[0].markerFormat, u"{decimal}.");
     EXPECT_EQ(text.lists()[1].markerFormat, u"{circle}");
@@ -158,8 +164,9 @@ std::string png(std::uint32_t width, std::uint32_t height) {
 TEST(HtmlImporter, TakesWhatItsLoaderGives) {
     test::MemoryLoader loader;
     loader.resources = {
-        {u"http://h/b/s.css", "@import 'i.css';@import url(no.css) print;@import url(\"gone.css\");"
-                              "p{color:red}@import 'late.css';"},
+        {u"http://h/b/s.css",
+         "@import 'i.css';@import url(no.css) print;@import url(\"gone.css\");"
+         "p{color:red}@import 'late.css';"},
         {u"http://h/b/i.css", "p{font-style:italic;color:blue}@import 's.css'"},
         {u"http://h/b/a%20b.x.png", png(40, 20)},
         {u"http://h/b/wide.gif", std::string("GIF89a\x20\x03\x10\x00", 10)},
@@ -180,11 +187,10 @@ TEST(HtmlImporter, TakesWhatItsLoaderGives) {
               "{x\n|#0000ee u link=http://h/c/x}{d\n|b}{t|#0000ee u link=http://h/b/#t}"
               "{j|#0000ee u}");
     EXPECT_EQ(loader.asked,
-              (std::vector<std::u16string>{u"http://h/b/s.css", u"http://h/b/i.css",
-                                           u"http://h/b/gone.css", u"http://h/b/a%20b.x.png",
-                                           u"http://h/b/wide.gif", u"http://h/b/page",
-                                           u"http://h/b/gone.png", u"http://h/b/a%20b.x.png",
-                                           u"http://h/b/f"}));
+              (std::vector<std::u16string>{
+                  u"http://h/b/s.css", u"http://h/b/i.css", u"http://h/b/gone.css",
+                  u"http://h/b/a%20b.x.png", u"http://h/b/wide.gif", u"http://h/b/page",
+                  u"http://h/b/gone.png", u"http://h/b/a%20b.x.png", u"http://h/b/f"}));
     ASSERT_EQ(text.attachments().size(), 3U);
     EXPECT_EQ(text.attachments()[0].file.name, u"a20b.x.png");
     EXPECT_EQ(text.attachments()[0].size, (Size{15, 7.5}));
@@ -221,14 +227,18 @@ TEST(HtmlImporter, BearsHostilePages) {
          "<style>" + rules + "</style>" + repeated("<p class=a><i>x</i></p>", 4500), u"x"},
         {"a long attribute", "<p class='" + repeated("k ", 500000) + "'>x", u"x"},
         {"many attributes", "<p" + attributes + ">x", u"x"},
-        {"variables that double", "<style>p{--a:x x;" + [] {
-             std::string all;
-             for (int i = 1; i < 64; ++i) {
-                 const std::string before = i == 1 ? "a" : "a" + std::to_string(i - 1);
-                 all += "--a" + std::to_string(i) + ":var(--" + before + ")var(--" + before + ");";
-             }
-             return all + "color:var(--a63)}</style><p>x";
-         }(), u"x"},
+        {"variables that double",
+         "<style>p{--a:x x;" +
+             [] {
+                 std::string all;
+                 for (int i = 1; i < 64; ++i) {
+                     const std::string before = i == 1 ? "a" : "a" + std::to_string(i - 1);
+                     all +=
+                         "--a" + std::to_string(i) + ":var(--" + before + ")var(--" + before + ");";
+                 }
+                 return all + "color:var(--a63)}</style><p>x";
+             }(),
+         u"x"},
         {"nested rules", "<style>" + repeated("a{&,& &{", 2000) + "</style><p>x", u"x"},
         {"nested functions", "<style>p{width:" + repeated("calc(", 50000) + "</style><p>x", u"x"},
         {"spans", "<table>" + repeated("<tr><td colspan=99999 rowspan=99999>x", 300), u"x\n"},
@@ -255,7 +265,14 @@ TEST(NestingGuard, DropsOnlyWhatIsTooDeep) {
         "<!--" + repeated("<div>", kMany) + "-->",
         repeated("<i title='</i>'>x</i>", kMany),
         "<dl>" + repeated("<dt>x<dd>y", kMany),
-        "<", "<a", "</", "<!--", "<a b='", "<script>", "<a b", "<!",
+        "<",
+        "<a",
+        "</",
+        "<!--",
+        "<a b='",
+        "<script>",
+        "<a b",
+        "<!",
     };
     for (const std::string& html : untouched) {
         EXPECT_FALSE(platform::withoutExcess(html)) << html.substr(0, 20);

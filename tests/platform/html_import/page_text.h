@@ -20,10 +20,13 @@ inline std::string runsOf(const platform::AttributedText& text) {
     for (const auto& run : text.runs()) {
         const platform::TextStyle& style = text.style(run.style);
         std::string notes;
-        const auto note = [&](const std::string& word) { notes += (notes.empty() ? "" : " ") + word; };
+        const auto note = [&](const std::string& word) {
+            notes += (notes.empty() ? "" : " ") + word;
+        };
         const auto color = [](platform::RgbColor value) {
             char digits[8];
-            std::snprintf(digits, sizeof digits, "#%02x%02x%02x", value.red, value.green, value.blue);
+            std::snprintf(digits, sizeof digits, "#%02x%02x%02x", value.red, value.green,
+                          value.blue);
             return std::string(digits);
         };
         if (style.bold) note("b");
