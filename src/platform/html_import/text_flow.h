@@ -23,7 +23,9 @@ public:
     // `paragraphBegins` is called when a paragraph gets its first content, in front of that: it
     // gives the style of the paragraph, and may add text of its own by addRaw().
     TextFlow(AttributedText& text, std::function<ParagraphStyle()> paragraphBegins)
-        : text_(text), paragraphBegins_(std::move(paragraphBegins)) {}
+        : text_(text),
+          paragraphBegins_(std::move(paragraphBegins)),
+          lastStyle_(text.indexOf({.font = u"Times"})) {}
 
     // Text of one style, UTF-8, with its white space treated as asked.
     void addText(std::string_view text, StyleIndex style, css::WhiteSpaceCollapse whiteSpace,
@@ -62,7 +64,7 @@ private:
     bool inWord_ = false;    // for capitals
     bool hasSpace_ = false;  // that is added when something follows
     StyleIndex spaceStyle_ = 0;
-    StyleIndex lastStyle_ = 0;
+    StyleIndex lastStyle_;   // that of breaks and of paragraphs without content
     std::u16string breaks_;  // likewise
     StyleIndex breakStyle_ = 0;
     bool breaksPage_ = false;

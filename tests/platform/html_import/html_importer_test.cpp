@@ -49,6 +49,8 @@ TEST(HtmlImporter, BreaksLinesAndParagraphs) {
         {"headers break, links do not", "a<h2>b</h2><a href=x>c</a>d", "a\nb\ncd"},
         {"tables end paragraphs even when they are empty",
          "<table><tr><td>a<td><tr><th>b<td>c</table>d", "a\n\nb\nc\nd"},
+        {"an empty cell is a paragraph", "<table><tr><td>", "\n"},
+        {"text of no size is hidden", "a<b style='font-size:0'>b</b>c", "ac"},
         {"only scripts would show it", "<style>html{display:none}</style><p>a<i hidden>b", "a"},
         {"nothing is shown at all", "<div style='display:none'>a<script>b</script></div>", "a"},
         {"ruby, wbr, noscript and forms",
