@@ -20,6 +20,8 @@ int importCommand(int argc, char** argv);
 int pdfCommand(int argc, char** argv);
 // thumbnail_command.cpp
 int thumbnailCommand(int argc, char** argv);
+// rtfd_command.cpp
+int rtfdCommand(int argc, char** argv);
 // web_archive_command.cpp
 int webArchiveCommand(int argc, char** argv);
 // html_commands.cpp

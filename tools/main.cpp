@@ -30,6 +30,7 @@ constexpr Command kCommands[] = {
     {"pdf", "text and properties of a PDF document", pdfCommand},
     {"thumbnail", "a small picture of an image, PDF or PostScript file", thumbnailCommand},
     {"poster", "a frame of a movie, or the cover of a sound", posterCommand},
+    {"rtfd", "an HTML page as a package of rich text", rtfdCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"metadata", "what an importer tells of a file", metadataCommand},
     {"supports", "whether an importer reads a file's type", supportsCommand},

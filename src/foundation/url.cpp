@@ -320,6 +320,42 @@ UrlParts partsOfURL(std::u16string_view address) {
     return parts;
 }
 
+std::u16string_view hostOfURL(std::u16string_view address) {
+    const UrlParts parts = partsOfURL(address);
+    return parts.authority ? partsOfAuthority(*parts.authority).host : std::u16string_view();
+}
+
+Url URLOfPath(std::string_view path) {
+    constexpr char16_t kDigits[] = u"0123456789ABCDEF";
+    Url url{u"file://"};
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool fits = byte < 0x80 && isAllowed(byte) && byte != '?' && byte != '#';
+        if (fits) {
+            url.absoluteString += static_cast<char16_t>(byte);
+        } else {
+            ((url.absoluteString += u'%') += kDigits[byte >> 4]) += kDigits[byte & 15];
+        }
+    }
+    return url;
+}
+
+std::string bytesOfEscapedPath(std::u16string_view part) {
+    const std::string text = bytesOfPath(part).value_or(std::string());
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        unsigned value = 0;
+        if (text[i] == '%' && i + 2 < text.size() &&
+            std::from_chars(&text[i + 1], &text[i + 3], value, 16).ptr == &text[i + 3]) {
+            bytes.push_back(static_cast<char>(value));
+            i += 2;
+        } else {
+            bytes.push_back(text[i]);
+        }
+    }
+    return bytes;
+}
+
 std::optional<std::u16string> normalizedStringURL(std::u16string_view address) {
     const std::u16string text = withoutBlanksAndBreaks(address);
     if (text.empty()) return std::nullopt;

@@ -22,6 +22,15 @@ struct UrlParts {
 // Every text has parts: one without a scheme is a relative reference.
 UrlParts partsOfURL(std::u16string_view address);
 
+// The host of an address as it stands there, without user and port; empty when there is none.
+std::u16string_view hostOfURL(std::u16string_view address);
+
+// The file address of an absolute path, which is bytes; what may not stand in an address is escaped.
+Url URLOfPath(std::string_view path);
+
+// The bytes that the percent escapes of a part of an address stand for, as the path of a file.
+std::string bytesOfEscapedPath(std::u16string_view part);
+
 // The address in its normal form, in printable ASCII; relative references stay relative.
 // White space around it and line breaks and tabs within it are dropped. The scheme and the host
 // are lower case, a host outside ASCII is in its punycode form, the port of the scheme itself and

@@ -6,6 +6,7 @@
 
 #include "client/im_export.h"
 #include "platform/library_versions.h"
+#include "platform/web_addresses.h"
 #include "service/movie_conversion.h"
 #include "service/rich_text_conversion.h"
 #include "text/web_archive.h"
@@ -202,8 +203,19 @@ bool CorvyStackHelper::writeRTFDData(const Bytes& rtfd, std::u16string_view path
     });
 }
 
-std::optional<Bytes> CorvyStackHelper::RTFDWithHTML(const Bytes&, const HtmlRequest&) {
-    return std::nullopt;
+std::optional<Bytes> CorvyStackHelper::RTFDWithHTML(const Bytes& html,
+                                                    const HtmlRequest& request) {
+    HtmlConversionContext context;
+    context.runWorker = [this](const platform::WorkerRequest& work) { return workers_.run(work); };
+    context.willSendRequest = [this](const Url& url, const Url* redirectedFrom) {
+        return webView(url, redirectedFrom);
+    };
+    return ::corvy::RTFDWithHTML(html, request, context);
+}
+
+std::optional<Url> CorvyStackHelper::webView(const Url& willSendRequest, const Url*) {
+    if (!platform::isLocalURL(willSendRequest)) return std::nullopt;
+    return willSendRequest;
 }
 
 std::optional<Dictionary> CorvyStackHelper::metaDataForFile(std::u16string_view path) {

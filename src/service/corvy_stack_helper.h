@@ -16,16 +16,11 @@
 #include "foundation/remote_interface.h"
 #include "metadata/meta_data_importer.h"
 #include "platform/isolation.h"
+#include "service/html_conversion.h"
 #include "service/image_conversion.h"
 #include "service/pdf_conversion.h"
 
 namespace corvy {
-
-struct HtmlRequest {
-    std::optional<Url> baseURL;
-    bool allowRemoteRequest = false;
-    std::optional<std::u16string> charset;
-};
 
 class CorvyStackHelper {
 public:
@@ -49,8 +44,12 @@ public:
     Dictionary searchableTextOfWebArchive(std::u16string_view path);
     // Writes flat RTFD as a package; whether that came about.
     bool writeRTFDData(const Bytes& rtfd, std::u16string_view path);
-    // HTML as RTFD. Not built yet: none.
+    // HTML as flat RTFD.
     std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request);
+    // The web engine's delegate, called for every request that a page makes when remote requests
+    // are not allowed, and for every redirect with the address that it came from: the request
+    // itself when it stays on this machine and its networks, else none.
+    std::optional<Url> webView(const Url& willSendRequest, const Url* redirectResponse = nullptr);
     // The importer's attributes without null placeholders; none when no importer reads the file.
     std::optional<Dictionary> metaDataForFile(std::u16string_view path);
     bool supportsFile(std::u16string_view path);

@@ -1,4 +1,7 @@
 #include "foundation/url.h"
+#include "foundation/text.h"
+#include "platform/reachability.h"
+#include "platform/web_addresses.h"
 #include "tools/toolkit/operation.h"
 
 namespace corvy::tools {
@@ -12,6 +15,12 @@ constexpr Operation kOperations[] = {
     method<URLRelativeTo>("URLRelativeTo:"),
     method<isRemoteWebKitURL>("isRemoteWebKitURL"),
     method<isRemoteWebKitStringURL>("isRemoteWebKitStringURL"),
+    method<platform::baseURLForWebKit>("baseURLForWebKit"),
+    method<platform::baseURLForWebKitUsingAnchor>("baseURLForWebKitUsingAnchor:"),
+    method<platform::isLocalURL>("isLocalURL"),
+    function<[](std::u16string_view host) {
+        return std::int64_t{platform::connectionFlagsForHost(toUtf8(host))};
+    }>("connectionFlagsForHost:"),
 };
 
 }  // namespace

@@ -1,0 +1,106 @@
+#include "service/html_worker.h"
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "foundation/converters.h"
+#include "foundation/text.h"
+#include "markup/charset_names.h"
+#include "markup/markup_decoding.h"
+#include "platform/html_import/html_importer.h"
+#include "platform/rich_text/rtfd.h"
+#include "platform/web_addresses.h"
+#include "platform/web_loader.h"
+#include "service/html_conversion.h"
+
+namespace corvy {
+
+namespace {
+
+// A mark at its start says more of a text than anybody else can.
+std::optional<std::string> textByMark(std::string_view bytes) {
+    constexpr std::string_view kMark8 = "\xEF\xBB\xBF";
+    if (bytes.starts_with(kMark8)) return std::string(bytes.substr(kMark8.size()));
+    if (!bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF")) return std::nullopt;
+    const auto decoded =
+        tryToCreateStringWithEncoding(std::as_bytes(std::span(bytes)), Encoding::kUTF16);
+    return decoded ? toUtf8(decoded->text) : std::string();
+}
+
+std::string markupText(std::span<const std::byte> data,
+                       std::optional<std::u16string_view> charset) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
+    if (auto marked = textByMark(bytes)) return *std::move(marked);
+    MarkupDataOptions options;
+    options.encodingName = charset;
+    // What is not UTF-8 and says nothing of itself is most likely old and western.
+    if (!fromStrictUtf8(bytes)) options.defaultEncoding = Encoding::kWindows1252;
+    const auto text = stringWithMarkupData(data, options);
+    return text ? toUtf8(*text) : std::string(bytes);
+}
+
+// By the transport, else by the rule that names it, else UTF-8.
+std::string styleSheetText(std::span<const std::byte> data, std::string_view charset) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
+    if (auto marked = textByMark(bytes)) return *std::move(marked);
+    constexpr std::string_view kRule = "@charset \"";
+    if (charset.empty() && bytes.starts_with(kRule)) {
+        charset = bytes.substr(kRule.size());
+        charset = charset.substr(0, charset.find('"'));
+    }
+    const Encoding encoding = CFEncodingFromName(fromUtf8(charset));
+    if (encoding == Encoding::kInvalid || encoding == Encoding::kUTF8) return std::string(bytes);
+    const auto decoded = tryToCreateStringWithEncoding(data, encoding);
+    return decoded ? toUtf8(decoded->text) : std::string(bytes);
+}
+
+platform::WebLoaderOptions loaderOptions(const Dictionary& arguments,
+                                         const std::optional<Url>& base,
+                                         platform::WorkerChannel& channel) {
+    platform::WebLoaderOptions options;
+    // A page of the web has no business with files of this machine.
+    options.readsFiles = base && platform::pathOfFileURL(*base);
+    const PropertyList* seconds = arguments.find(html_exchange::kLoadingTimeout);
+    if (seconds) options.seconds = seconds->number().value_or(options.seconds);
+    const PropertyList* asks = arguments.find(html_exchange::kAsks);
+    if (!asks || !asks->boolean().value_or(true)) return options;
+    options.onlyLocalAddresses = true;
+    options.maySend = [&channel](const Url& url, const Url* redirectedFrom) {
+        Dictionary question{{html_exchange::kURL, url}};
+        if (redirectedFrom) question.set(html_exchange::kRedirectedFrom, *redirectedFrom);
+        return channel.ask(std::move(question)).boolean().value_or(false);
+    };
+    return options;
+}
+
+}  // namespace
+
+std::optional<PropertyList> convertHtml(const Dictionary& arguments,
+                                        platform::WorkerChannel& channel) {
+    const PropertyList* html = arguments.find(html_exchange::kHtml);
+    if (!html || !html->bytes()) return std::nullopt;
+    const auto charset = stringOf(arguments, html_exchange::kCharset);
+
+    platform::HtmlImportOptions options;
+    if (const PropertyList* base = arguments.find(html_exchange::kBaseURL)) {
+        if (base->url()) options.baseURL = *base->url();
+        if (base->string()) options.baseURL = Url{*base->string()};
+    }
+    platform::WebLoader loader(loaderOptions(arguments, options.baseURL, channel));
+    options.loader = &loader;
+    options.decode = [](std::span<const std::byte> bytes, std::string_view name,
+                        platform::ResourceKind kind) {
+        if (kind == platform::ResourceKind::styleSheet) return styleSheetText(bytes, name);
+        const std::u16string wide = fromUtf8(name);
+        return markupText(bytes,
+                          name.empty() ? std::nullopt : std::optional<std::u16string_view>(wide));
+    };
+    const std::string page = markupText(*html->bytes(), charset);
+    auto rtfd = platform::rtfdOf({platform::attributedTextOfHtml(page, options), {}});
+    return rtfd ? std::optional<PropertyList>(*std::move(rtfd)) : std::nullopt;
+}
+
+}  // namespace corvy
