@@ -1,18 +1,13 @@
 #include "platform/property_list_reader.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <string>
 #include <vector>
 
 #include "foundation/converters.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/property_list/readers.h"
+#include "platform/regular_file.h"
 
 namespace corvy::platform {
 
@@ -108,22 +103,8 @@ std::optional<PropertyList> readPropertyList(const Bytes& bytes) {
 std::optional<PropertyList> readPropertyListFile(std::u16string_view path) {
     const auto name = bytesOfPath(path);
     if (!name) return std::nullopt;
-    // Opening a pipe must not wait for its other end.
-    const Descriptor file(::open(name->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat status {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    if (static_cast<std::uint64_t>(status.st_size) > kMaxPropertyListFile) return std::nullopt;
-    std::vector<std::byte> content(static_cast<std::size_t>(status.st_size));
-    std::size_t length = 0;
-    while (length < content.size()) {
-        const ssize_t count = ::read(file.get(), content.data() + length, content.size() - length);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return std::nullopt;
-        if (count == 0) break;
-        length += static_cast<std::size_t>(count);
-    }
-    content.resize(length);
-    return readPropertyList(Bytes(std::move(content)));
+    const std::optional<Bytes> bytes = readRegularFile(*name, kMaxPropertyListFile);
+    return bytes ? readPropertyList(*bytes) : std::nullopt;
 }
 
 }  // namespace corvy::platform
