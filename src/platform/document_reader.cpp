@@ -8,6 +8,7 @@
 #include "foundation/ascii_case.h"
 #include "foundation/text.h"
 #include "platform/document_readers/encoding_numbers.h"
+#include "platform/document_readers/open_document.h"
 #include "platform/document_readers/word_documents.h"
 #include "platform/document_readers/zip_archive.h"
 #include "platform/plain_text_file.h"
@@ -62,6 +63,7 @@ DocumentKind kindOfArchive(const Bytes& bytes) {
     auto archive = ZipArchive::open(bytes);
     if (!archive) return DocumentKind::unknown;
     if (isWordPackage(*archive)) return DocumentKind::wordPackage;
+    if (isOpenDocument(*archive)) return DocumentKind::openDocument;
     return DocumentKind::unknown;
 }
 
@@ -83,6 +85,7 @@ DocumentKind kindOfDocument(const Bytes& bytes, std::string_view path) {
     const std::string_view start = skipPrologue(head);
     if (start.starts_with("<")) {
         if (isWordXml(head)) return DocumentKind::wordXml;
+        if (isFlatOpenDocument(head)) return DocumentKind::flatOpenDocument;
         if (head.find("<plist") != std::string_view::npos &&
             chars.find(kArchiveKey) != std::string_view::npos) {
             return DocumentKind::webArchive;
@@ -148,6 +151,8 @@ std::optional<RichDocument> readDocument(const Bytes& bytes, const std::string& 
         case DocumentKind::webArchive:
             return readers.webArchive ? readers.webArchive(bytes) : std::nullopt;
         case DocumentKind::wordPackage: return inArchive(documentOfWordPackage);
+        case DocumentKind::openDocument: return inArchive(documentOfOpenDocument);
+        case DocumentKind::flatOpenDocument: return documentOfFlatOpenDocument(bytes);
         case DocumentKind::wordXml: return documentOfWordXml(bytes);
         default: return convertedDocument(path, readers);
     }
