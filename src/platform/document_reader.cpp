@@ -7,8 +7,10 @@
 
 #include "foundation/ascii_case.h"
 #include "foundation/text.h"
+#include "platform/document_readers/compound_file.h"
 #include "platform/document_readers/encoding_numbers.h"
 #include "platform/document_readers/open_document.h"
+#include "platform/document_readers/word_binary.h"
 #include "platform/document_readers/word_documents.h"
 #include "platform/document_readers/zip_archive.h"
 #include "platform/plain_text_file.h"
@@ -74,7 +76,10 @@ DocumentKind kindOfDocument(const Bytes& bytes, std::string_view path) {
     const std::string_view head = chars.substr(0, kHead);
     if (isFlatRtfd(bytes)) return DocumentKind::flatRtfd;
     if (isRtf(bytes)) return DocumentKind::rtf;
-    if (head.starts_with("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1"sv)) return DocumentKind::unknown;
+    if (isCompoundFile(bytes)) {
+        const auto file = CompoundFile::open(bytes);
+        return file && isWordBinary(*file) ? DocumentKind::wordBinary : DocumentKind::unknown;
+    }
     if (head.starts_with("PK\x03\x04"sv)) return kindOfArchive(bytes);
     constexpr auto kArchiveKey = "WebMainResource"sv;
     if (head.starts_with("bplist0")) {
@@ -153,6 +158,10 @@ std::optional<RichDocument> readDocument(const Bytes& bytes, const std::string& 
         case DocumentKind::wordPackage: return inArchive(documentOfWordPackage);
         case DocumentKind::openDocument: return inArchive(documentOfOpenDocument);
         case DocumentKind::flatOpenDocument: return documentOfFlatOpenDocument(bytes);
+        case DocumentKind::wordBinary: {
+            const auto file = CompoundFile::open(bytes);
+            return file ? documentOfWordBinary(*file) : std::nullopt;
+        }
         case DocumentKind::wordXml: return documentOfWordXml(bytes);
         default: return convertedDocument(path, readers);
     }

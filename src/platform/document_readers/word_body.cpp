@@ -9,6 +9,7 @@
 
 #include "foundation/text.h"
 #include "platform/document_readers/document_story.h"
+#include "platform/document_readers/field_stack.h"
 #include "platform/document_readers/word_numbering.h"
 #include "platform/document_readers/word_styles.h"
 #include "platform/document_readers/word_table.h"
@@ -58,13 +59,6 @@ double styledLength(std::string_view style, std::string_view name) {
     }
     return 0;
 }
-
-// A field while it is open. What stands in front of its separator is no text of the document.
-struct Field {
-    std::u16string instruction;
-    std::optional<std::u16string> link;
-    bool inResult = false;
-};
 
 class BodyReader {
 public:
@@ -244,18 +238,12 @@ private:
         return link;
     }
 
-    bool isShown() const {
-        return std::ranges::all_of(fields_, [](const Field& field) { return field.inResult; });
-    }
-
     TextStyle textStyle(Node properties, const Context& context) {
         TextStyle style =
             styles_.textStyle(context.paragraph, wordValue(properties.child("w:rStyle")),
                               wordTextProperties(properties, source_.theme));
         style.link = context.link;
-        for (const Field& field : fields_) {
-            if (field.inResult && field.link) style.link = *field.link;
-        }
+        if (const std::u16string* link = fields_.link()) style.link = *link;
         return style;
     }
 
@@ -267,7 +255,7 @@ private:
     }
 
     void append(std::u16string_view text, const TextStyle& style) {
-        if (isShown()) story_.append(text, style);
+        if (fields_.isShown()) story_.append(text, style);
     }
 
     void run(Node node, Context& context, int depth) {
@@ -352,34 +340,25 @@ private:
 
     // False for what is no part of a field.
     bool fieldPart(Node part) {
-        constexpr std::size_t kDeepest = 64, kLongest = 8192;
         const std::string_view name = part.name();
-        if (name == "w:instrText") {
-            if (!fields_.empty() && fields_.back().instruction.size() < kLongest) {
-                fields_.back().instruction += fromUtf8(part.text().get());
-            }
-            return false;
-        }
+        if (name == "w:instrText") fields_.addInstruction(fromUtf8(part.text().get()));
         if (name != "w:fldChar") return false;
         const std::string_view kind = attributeOf(part, "w:fldCharType").value_or("");
-        if (kind == "begin" && fields_.size() < kDeepest) fields_.emplace_back();
-        if (kind == "separate" && !fields_.empty()) {
-            fields_.back().inResult = true;
-            fields_.back().link = linkOfInstruction(fields_.back().instruction);
-        }
-        if (kind == "end" && !fields_.empty()) fields_.pop_back();
+        if (kind == "begin") fields_.begin();
+        if (kind == "separate") fields_.separate();
+        if (kind == "end") fields_.end();
         return true;
     }
 
     void addNote(Node note, const TextStyle& style) {
-        if (inNotes_ || !isShown()) return;
+        if (inNotes_ || !fields_.isShown()) return;
         notes_.push_back(note);
         append(fromUtf8(std::to_string(notes_.size())), style);
     }
 
     bool takeBox(Node drawing) {
         const Node box = descendant(drawing, "w:txbxContent");
-        if (box && isShown()) boxes_.push_back(box);
+        if (box && fields_.isShown()) boxes_.push_back(box);
         return static_cast<bool>(box);
     }
 
@@ -406,7 +385,7 @@ private:
     }
 
     void attach(std::string_view identifier, Size size, const TextStyle& style) {
-        if (!isShown() || inNotes_) return;
+        if (!fields_.isShown() || inNotes_) return;
         auto picture = source_.picture(identifier);
         if (!picture || picture->contents.empty()) return;
         if (size.width <= 0 || size.height <= 0) size = {};
@@ -418,7 +397,7 @@ private:
     WordStyles styles_;
     WordNumbering numbering_;
     DocumentStory story_;
-    std::vector<Field> fields_;
+    FieldStack fields_;
     std::vector<Node> boxes_;  // text boxes of the paragraph, that follow it
     std::map<std::string, Node, std::less<>> noteNodes_;
     std::vector<Node> notes_;  // in the order of their references

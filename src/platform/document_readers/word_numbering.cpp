@@ -51,6 +51,13 @@ std::u16string wordSymbolText(std::u16string_view text, std::u16string_view font
     return mapped;
 }
 
+std::u16string bulletText(std::u16string_view bullet, std::u16string_view font) {
+    const std::u16string text = wordSymbolText(bullet, font);
+    // In the private area it would be shown as a box.
+    const bool isPrivate = text.size() == 1 && text[0] >= 0xE000 && text[0] < 0xF900;
+    return isPrivate ? u"\x2022" : text;
+}
+
 WordNumbering::Level WordNumbering::readLevel(Node node, const WordTheme& theme) {
     Level level;
     level.start = integerOf(node.child("w:start"), 1);
@@ -61,11 +68,7 @@ WordNumbering::Level WordNumbering::readLevel(Node node, const WordTheme& theme)
     level.text = fromUtf8(wordValue(node.child("w:lvlText")));
     if (level.isBullet) {
         const TextProperties marker = wordTextProperties(node.child("w:rPr"), theme);
-        level.text = wordSymbolText(level.text, marker.font.value_or(u""));
-        // In the private area it would be shown as a box.
-        if (level.text.size() == 1 && level.text[0] >= 0xF000 && level.text[0] < 0xF900) {
-            level.text = u"\x2022";
-        }
+        level.text = bulletText(level.text, marker.font.value_or(u""));
     }
     level.style = wordValue(node.child("w:pStyle"));
     level.paragraph = wordParagraphProperties(node.child("w:pPr"));

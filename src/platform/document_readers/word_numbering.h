@@ -8,6 +8,7 @@
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/document_readers/document_story.h"
@@ -30,8 +31,23 @@ public:
         ParagraphProperties paragraph;
     };
 
+    using Levels = std::array<Level, kLevels>;
+    struct List {
+        std::string abstract;  // lists that share it share their counters
+        Levels levels;
+        std::array<std::optional<std::int32_t>, kLevels>
+            restarts;  // at the first item of this list
+    };
+
+    // Without any list.
+    WordNumbering() = default;
     // `numbering` is <w:numbering>, or <w:lists> of the 2003 form, or empty.
     WordNumbering(pugi::xml_node numbering, const WordTheme& theme);
+
+    // Adds a list under a name that none has yet.
+    void add(std::u16string name, List list) {
+        lists_.try_emplace(std::move(name), std::move(list));
+    }
 
     // Null when there is no such list.
     const Level* levelAt(const ListPlace& place) const;
@@ -44,14 +60,6 @@ public:
     std::vector<std::pair<std::u16string, TextList>> listsOf(const ListPlace& place) const;
 
 private:
-    struct List {
-        std::string abstract;  // lists that share it share their counters
-        std::array<Level, kLevels> levels;
-        std::array<std::optional<std::int32_t>, kLevels>
-            restarts;  // at the first item of this list
-    };
-    using Levels = std::array<Level, kLevels>;
-
     static Level readLevel(pugi::xml_node node, const WordTheme& theme);
     const List* find(const std::u16string& list) const;
 
@@ -63,5 +71,7 @@ private:
 
 // Text in a font whose letters stand for other characters.
 std::u16string wordSymbolText(std::u16string_view text, std::u16string_view font);
+// The same of a bullet, which is a plain one where nobody knows what it stands for.
+std::u16string bulletText(std::u16string_view bullet, std::u16string_view font);
 
 }  // namespace corvy::platform
