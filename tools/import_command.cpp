@@ -178,6 +178,9 @@ int importCommand(int argc, char** argv) {
         ->capture_default_str();
     app.add_flag("--recursive", options.walk.recursive, "folders inside folders as well");
     app.add_flag("--no-text", options.noTexts, "no texts");
+    app.add_flag("--rich", options.settings.rich,
+                 "documents of rich text also as packages: DIR/rich/NUMBER.rtfd")
+        ->needs("--out");
     app.add_flag("--no-thumbnails", options.noThumbnails, "no thumbnails (none are made yet)");
     app.add_option("--timeout", options.timeout, "seconds that a file may take")
         ->check(CLI::PositiveNumber)

@@ -14,10 +14,12 @@
 
 #include "foundation/text.h"
 #include "markup/markup_decoding.h"
+#include "platform/plain_text_file.h"
+#include "platform/rich_text/rtfd.h"
+#include "platform/rich_text/rtfd_package.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
-#include "tools/import/plain_text.h"
 
 namespace corvy::tools {
 
@@ -57,6 +59,21 @@ std::string headOf(const std::string& path) {
     return head;
 }
 
+// "text/000007.txt", inside the folder of results.
+std::string outFile(const char* folder, std::uint64_t number, const char* extension) {
+    char name[40];
+    std::snprintf(name, sizeof name, "%s/%06llu.%s", folder,
+                  static_cast<unsigned long long>(number), extension);
+    return name;
+}
+
+// The text alone: lines end in one way, and what stands for a file is no text.
+std::u16string plainTextOf(std::u16string text) {
+    std::erase(text, platform::kAttachmentCharacter);
+    std::ranges::replace(text, platform::kLineBreak, u'\n');
+    return text;
+}
+
 }  // namespace
 
 std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
@@ -72,6 +89,8 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             importPlainText(file, number, record);
         } else if (record.kind == "html" && settings_.texts) {
             importHtml(file, number, record);
+        } else if (record.kind == "richtext") {
+            stopped = !importRichText(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
         }
@@ -99,6 +118,7 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     }
     if (file.modified.tv_sec != 0 || file.modified.tv_nsec != 0) record.modified = file.modified;
     if (!file.isFolder && file.error != "specialFile") record.size = file.size;
+    if (file.error.empty() && file.isFolder && record.kind == "richtext") return true;
     if (!file.error.empty() || file.isFolder) {
         if (record.kind.empty()) record.kind = kDataType.kind;
         return false;
@@ -173,6 +193,44 @@ bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
     return true;
 }
 
+// False when the helper was stopped.
+bool FileImporter::importRichText(const FoundFile& file, std::uint64_t number,
+                                  ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("attributedStringWithContentsOfFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    const PropertyList* rtfd = entries ? entries->find(u"Rtfd") : nullptr;
+    if (!rtfd || !rtfd->bytes()) {
+        record.error = "damaged";
+        return true;
+    }
+    const PropertyList* attributes = entries->find(u"DocumentAttributes");
+    if (attributes && attributes->dictionary()) record.properties = *attributes->dictionary();
+    if (settings_.texts) {
+        const auto document = platform::documentOfRtfd(*rtfd->bytes());
+        addText(document ? plainTextOf(document->text.string()) : std::u16string(), number, record);
+    }
+    if (settings_.rich) addRichText(*rtfd->bytes(), number, record);
+    return true;
+}
+
+void FileImporter::addRichText(const Bytes& rtfd, std::uint64_t number, ImportRecord& record) {
+    const auto package = platform::folderOfFlatRtfd(rtfd);
+    const std::string name = outFile("rich", number, "rtfd");
+    const std::string path = settings_.outFolder + "/" + name;
+    if (package && makeFolder(path) == 0 && platform::writePackage(path, *package) == 0) {
+        record.rich = name;
+    } else {
+        record.error = "notWritable";
+    }
+}
+
 // The text that is searched: of the body, as in web archives.
 void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
     const FileContents contents =
@@ -197,7 +255,7 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     if (contents.error != 0) {
         record.error = errorOfReading(contents.error);
     } else {
-        addText(plainText(contents.bytes.chars()), number, record);
+        addText(platform::readPlainText(contents.bytes).text, number, record);
     }
 }
 
@@ -209,9 +267,7 @@ void FileImporter::addText(std::u16string text, std::uint64_t number, ImportReco
     RecordText entry;
     entry.length = text.size();
     if (!settings_.outFolder.empty()) {
-        char name[40];
-        std::snprintf(name, sizeof name, "text/%06llu.txt",
-                      static_cast<unsigned long long>(number));
+        const std::string name = outFile("text", number, "txt");
         if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
             entry.file = name;
         } else {

@@ -14,6 +14,7 @@ namespace corvy::tools {
 struct ImportSettings {
     std::string outFolder = {};  // empty: texts stand in the records
     bool texts = true;
+    bool rich = false;  // rich text goes to the folder as well, as packages
     bool pretty = false;
 };
 
@@ -35,7 +36,9 @@ private:
     bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool importRichText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void addRichText(const Bytes& rtfd, std::uint64_t number, ImportRecord& record);
     void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
 
     HelperSlot& helper_;

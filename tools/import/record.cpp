@@ -57,6 +57,7 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
         text.set(u"length", static_cast<std::int64_t>(record.text->length));
         json.set(u"text", std::move(text));
     }
+    if (!record.rich.empty()) json.set(u"rich", Dictionary{{u"file", asciiText(record.rich)}});
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
     if (record.pages) json.set(u"pages", *record.pages);
     json.set(u"seconds", std::round(record.seconds * 1000) / 1000);

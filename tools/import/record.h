@@ -24,6 +24,7 @@ struct ImportRecord {
     std::optional<std::uint64_t> size = {};  // bytes
     std::optional<timespec> modified = {};
     std::optional<RecordText> text = {};
+    std::string rich = {};  // the package of the rich text
     Dictionary properties = {};
     std::optional<std::int64_t> pages = {};
     double seconds = 0;  // that the file took; rounded to milliseconds

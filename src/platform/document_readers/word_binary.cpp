@@ -326,12 +326,12 @@ void readPage(const WordBinaryParts& parts, Dictionary& attributes) {
     if (count < 2) return;
     const std::uint32_t place = table.u32(4 * count + 2);
     double width = 612, height = 792;
-    constexpr double kTwip = 0.05, kUsualSide = 90, kUsualEnd = 72;
+    constexpr double kTwips = 20, kUsualSide = 90, kUsualEnd = 72;
     double left = kUsualSide, right = kUsualSide, top = kUsualEnd, bottom = kUsualEnd;
     const LittleEndian section = parts.main().from(place);
     WordChanges changes(place == 0xFFFFFFFF ? LittleEndian() : section.part(2, section.u16(0)));
     while (const auto change = changes.next()) {
-        const double length = std::abs(change->operand.s16(0)) * kTwip;
+        const double length = std::abs(change->operand.s16(0)) / kTwips;
         switch (change->code) {
             case 0xB01F: width = length; break;
             case 0xB020: height = length; break;
@@ -348,7 +348,7 @@ void readPage(const WordBinaryParts& parts, Dictionary& attributes) {
     attributes.set(attribute::kRightMargin, right);
     attributes.set(attribute::kTopMargin, top);
     attributes.set(attribute::kBottomMargin, bottom);
-    const double tab = parts.table(WordBinaryParts::kDocument).u16(0x0A) * kTwip;
+    const double tab = parts.table(WordBinaryParts::kDocument).u16(0x0A) / kTwips;
     if (tab > 0) attributes.set(attribute::kDefaultTabInterval, tab);
 }
 

@@ -49,9 +49,9 @@ std::optional<WordBinaryPicture> wordBinaryPicture(LittleEndian data, std::uint3
     if (picture.u16(6) == kLinked) records = records.from(1 + std::size_t{records.u8(0)});
     auto found = pictureIn(records, 0);
     if (!found || found->contents.empty()) return std::nullopt;
-    constexpr double kTwip = 0.05, kPerMille = 0.001;
-    found->size = {picture.u16(0x1C) * kTwip * picture.u16(0x20) * kPerMille,
-                   picture.u16(0x1E) * kTwip * picture.u16(0x22) * kPerMille};
+    constexpr double kTwips = 20, kPerMille = 0.001;
+    found->size = {picture.u16(0x1C) / kTwips * picture.u16(0x20) * kPerMille,
+                   picture.u16(0x1E) / kTwips * picture.u16(0x22) * kPerMille};
     return found;
 }
 

@@ -6,7 +6,7 @@ namespace corvy::platform {
 
 namespace {
 
-constexpr double kTwip = 0.05;  // points
+constexpr double kTwips = 20;  // to a point
 
 constexpr RgbColor kPalette[] = {{0, 0, 0},     {0, 0, 255},   {0, 255, 255},   {0, 255, 0},
                                  {255, 0, 255}, {255, 0, 0},   {255, 255, 0},   {255, 255, 255},
@@ -57,13 +57,13 @@ WordRow rowOf(LittleEndian operand) {
     WordRow row;
     constexpr std::size_t kCell = 20;
     const std::size_t count = std::min<std::size_t>(operand.u8(2), 64);
-    row.left = operand.s16(3) * kTwip;
+    row.left = operand.s16(3) / kTwips;
     const LittleEndian cells = operand.from(3 + 2 * (count + 1));
     for (std::size_t i = 0; i < count; ++i) {
         const LittleEndian told = cells.part(i * kCell, kCell);
         const unsigned flags = told.u16(0);
         WordRowCell cell;
-        cell.right = operand.s16(3 + 2 * (i + 1)) * kTwip;
+        cell.right = operand.s16(3 + 2 * (i + 1)) / kTwips;
         cell.continuesColumns = (flags & 0x02) != 0;
         cell.startsRows = (flags & 0x40) != 0;
         cell.continuesRows = (flags & 0x20) != 0 && !cell.startsRows;
@@ -83,13 +83,13 @@ WordRow rowOf(LittleEndian operand) {
 void readTabs(ParagraphProperties& to, LittleEndian operand, bool hasBreadths) {
     const std::size_t cleared = operand.u8(1);
     for (std::size_t i = 0; i < cleared; ++i) {
-        to.clearedTabs.push_back(operand.s16(2 + 2 * i) * kTwip);
+        to.clearedTabs.push_back(operand.s16(2 + 2 * i) / kTwips);
     }
     const std::size_t start = 2 + (hasBreadths ? 4 : 2) * cleared;
     const std::size_t added = std::min<std::size_t>(operand.u8(start), 64);
     for (std::size_t i = 0; i < added; ++i) {
         const unsigned kind = operand.u8(start + 1 + 2 * added + i) & 7U;
-        to.tabs.push_back({operand.s16(start + 1 + 2 * i) * kTwip, kind == 1   ? TabKind::center
+        to.tabs.push_back({operand.s16(start + 1 + 2 * i) / kTwips, kind == 1   ? TabKind::center
                                                                    : kind == 2 ? TabKind::right
                                                                    : kind == 3 ? TabKind::decimal
                                                                                : TabKind::left});
@@ -103,7 +103,7 @@ void readLineHeight(ParagraphProperties& to, LittleEndian operand) {
     if (operand.s16(2) == 1) {
         to.lineHeightMultiple = height / kSingleLine;
     } else {
-        to.minimumLineHeight = std::abs(height) * kTwip;
+        to.minimumLineHeight = std::abs(height) / kTwips;
         if (height < 0) to.maximumLineHeight = to.minimumLineHeight;
     }
 }
@@ -185,7 +185,7 @@ WordTextProperties wordTextChanges(LittleEndian list, const TextProperties& styl
             case 0x2A0C: text.background.emplace(paletteColor(value)); break;
             case 0x4A43: text.size = operand.u16(0) / 2.0; break;
             case 0x4845: text.baselineOffset = operand.s16(0) / 2.0; break;
-            case 0x8840: text.kern = operand.s16(0) * kTwip; break;
+            case 0x8840: text.kern = operand.s16(0) / kTwips; break;
             case 0x2A48:
                 text.superscript = static_cast<std::int8_t>(value == 1 ? 1 : value == 2 ? -1 : 0);
                 break;
@@ -212,7 +212,7 @@ WordParagraphProperties wordParagraphChanges(LittleEndian list) {
     while (const auto change = changes.next()) {
         const LittleEndian operand = change->operand;
         const std::uint8_t value = operand.u8(0);
-        const double length = operand.s16(0) * kTwip;
+        const double length = operand.s16(0) / kTwips;
         switch (change->code) {
             case 0x2403:
             case 0x2461: paragraph.alignment = alignmentOf(value); break;

@@ -131,13 +131,13 @@ private:
     void section(Node node) {
         if (attributes_.contains(document_attribute::kPaperSize)) return;
         const Node paper = node.child("w:pgSz");
-        const double width = pointsOf(attributeOf(paper, "w:w"), kTwip).value_or(0);
-        const double height = pointsOf(attributeOf(paper, "w:h"), kTwip).value_or(0);
+        const double width = pointsOf(attributeOf(paper, "w:w"), kTwips).value_or(0);
+        const double height = pointsOf(attributeOf(paper, "w:h"), kTwips).value_or(0);
         if (width <= 0 || height <= 0) return;
         attributes_.set(document_attribute::kPaperSize, sizeString({width, height}));
         const Node margins = node.child("w:pgMar");
         const auto set = [&](const char16_t* key, const char* name) {
-            const auto margin = pointsOf(attributeOf(margins, name), kTwip);
+            const auto margin = pointsOf(attributeOf(margins, name), kTwips);
             // Below zero the text overlaps the header.
             if (margin) attributes_.set(key, std::abs(*margin));
         };
@@ -367,10 +367,10 @@ private:
         const Node blip = descendant(node, "a:blip");
         const auto identifier = attributeOf(blip, "r:embed");
         if (!identifier) return;
-        constexpr double kPointsOfUnit = 1.0 / 12700;
+        constexpr double kUnits = 12700;  // to a point
         const Node extent = descendant(node, "wp:extent");
-        const Size size = {pointsOf(attributeOf(extent, "cx"), kPointsOfUnit).value_or(0),
-                           pointsOf(attributeOf(extent, "cy"), kPointsOfUnit).value_or(0)};
+        const Size size = {pointsOf(attributeOf(extent, "cx"), kUnits).value_or(0),
+                           pointsOf(attributeOf(extent, "cy"), kUnits).value_or(0)};
         attach(*identifier, size, style);
     }
 

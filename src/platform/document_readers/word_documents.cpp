@@ -158,7 +158,7 @@ void readOldProperties(Node properties, Dictionary& attributes) {
 }
 
 void readSettings(Node settings, Node background, Dictionary& attributes) {
-    const auto tab = pointsOf(attributeOf(settings.child("w:defaultTabStop"), "w:val"), kTwip);
+    const auto tab = pointsOf(attributeOf(settings.child("w:defaultTabStop"), "w:val"), kTwips);
     if (tab && *tab > 0) attributes.set(attribute::kDefaultTabInterval, *tab);
     if (isWordSwitchOn(settings.child("w:autoHyphenation"))) {
         attributes.set(attribute::kHyphenationFactor, 1.0);

@@ -12,8 +12,10 @@ namespace {
 
 using Node = pugi::xml_node;
 
+constexpr double kHalfPoints = 2;  // to a point
+
 std::optional<double> twips(Node node, const char* name) {
-    return pointsOf(attributeOf(node, name), kTwip);
+    return pointsOf(attributeOf(node, name), kTwips);
 }
 
 std::optional<double> twips(Node node, const char* name, const char* otherName) {
@@ -104,7 +106,7 @@ constexpr TextReader kTextReaders[] = {
     {"w:i", [](auto& to, Node node, auto&) { to.italic = isWordSwitchOn(node); }},
     {"w:outline", [](auto& to, Node node, auto&) { to.outline = isWordSwitchOn(node); }},
     {"w:position", [](auto& to, Node node,
-                      auto&) { to.baselineOffset = pointsOf(attributeOf(node, "w:val"), 0.5); }},
+                      auto&) { to.baselineOffset = pointsOf(attributeOf(node, "w:val"), kHalfPoints); }},
     {"w:rFonts",
      [](auto& to, Node node, const WordTheme& theme) {
          if (auto font = fontOf(node, theme)) to.font = std::move(font);
@@ -120,7 +122,7 @@ constexpr TextReader kTextReaders[] = {
          to.strike = isWordSwitchOn(node) ? LineStyle::single : LineStyle::none;
      }},
     {"w:sz",
-     [](auto& to, Node node, auto&) { to.size = pointsOf(attributeOf(node, "w:val"), 0.5); }},
+     [](auto& to, Node node, auto&) { to.size = pointsOf(attributeOf(node, "w:val"), kHalfPoints); }},
     {"w:u",
      [](auto& to, Node node, auto&) {
          to.underline = underlineOf(wordValue(node));
@@ -241,8 +243,8 @@ std::optional<WordBorder> borderOf(Node node) {
     if (!node) return std::nullopt;
     const std::string_view kind = wordValue(node);
     if (kind == "nil" || kind == "none") return WordBorder{};
-    constexpr double kEighth = 0.125, kWidest = 6, kUsual = 0.5;
-    const double width = pointsOf(attributeOf(node, "w:sz"), kEighth).value_or(kUsual);
+    constexpr double kEighths = 8, kWidest = 6, kUsual = 0.5;
+    const double width = pointsOf(attributeOf(node, "w:sz"), kEighths).value_or(kUsual);
     return WordBorder{std::clamp(width, 0.25, kWidest), colorOf(attributeOf(node, "w:color"))};
 }
 
@@ -277,7 +279,7 @@ std::optional<TextLength> wordTableLength(Node node) {
     constexpr double kPartsOfPercent = 50;
     if (value->ends_with('%')) return TextLength{std::min(*number, 100.0), true};
     if (type == "pct") return TextLength{std::min(*number / kPartsOfPercent, 100.0), true};
-    return TextLength{pointsOf(value, kTwip).value_or(0), false};
+    return TextLength{pointsOf(value, kTwips).value_or(0), false};
 }
 
 void WordTableProperties::overlay(const WordTableProperties& above) {

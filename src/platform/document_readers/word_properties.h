@@ -13,8 +13,8 @@
 
 namespace corvy::platform {
 
-// Points of a twip, which most numbers count.
-inline constexpr double kTwip = 0.05;
+// Twips, which most numbers count, to a point.
+inline constexpr double kTwips = 20;
 
 // The fonts that a theme names.
 struct WordTheme {

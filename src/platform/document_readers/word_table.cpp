@@ -60,7 +60,7 @@ public:
         if (place == "right" || place == "end") made_.table.alignment = TextAlignment::right;
         for (const Node column : table_.child("w:tblGrid").children("w:gridCol")) {
             if (grid_.size() == kMostColumns) break;
-            grid_.push_back(pointsOf(attributeOf(column, "w:w"), kTwip).value_or(0));
+            grid_.push_back(pointsOf(attributeOf(column, "w:w"), kTwips).value_or(0));
         }
         std::vector<Node> rows;
         gather(table_, "w:tr", rows);

@@ -129,7 +129,7 @@ std::optional<double> numberOf(std::optional<std::string_view> text) {
     return number;
 }
 
-std::optional<double> pointsOf(std::optional<std::string_view> text, double unit) {
+std::optional<double> pointsOf(std::optional<std::string_view> text, double perPoint) {
     const std::optional<double> number = numberOf(text);
     if (!number) return std::nullopt;
     struct Unit {
@@ -139,12 +139,13 @@ std::optional<double> pointsOf(std::optional<std::string_view> text, double unit
     static constexpr Unit kUnits[] = {{"pt", 1},  {"cm", 72 / 2.54}, {"mm", 72 / 25.4},
                                       {"in", 72}, {"inch", 72},      {"pc", 12},
                                       {"pi", 12}, {"px", 0.75}};
-    for (const Unit& known : kUnits) {
-        if (text->ends_with(known.name)) unit = known.points;
-    }
     if (text->ends_with('%') || text->ends_with("em")) return std::nullopt;
+    double points = *number / perPoint;
+    for (const Unit& known : kUnits) {
+        if (text->ends_with(known.name)) points = *number * known.points;
+    }
     constexpr double kLongest = 100'000;
-    return std::clamp(*number * unit, -kLongest, kLongest);
+    return std::clamp(points, -kLongest, kLongest);
 }
 
 std::optional<RgbColor> colorOf(std::optional<std::string_view> text) {

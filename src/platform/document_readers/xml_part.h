@@ -40,8 +40,8 @@ std::optional<std::string_view> attributeOf(pugi::xml_node node, const char* nam
 
 // A whole or broken number; none without one.
 std::optional<double> numberOf(std::optional<std::string_view> text);
-// "2.54cm", "12pt", "1in" in points; a number without unit counts in units of `unit` points.
-std::optional<double> pointsOf(std::optional<std::string_view> text, double unit = 1);
+// "2.54cm", "12pt", "1in" in points; a number without unit is one of `perPoint` to a point.
+std::optional<double> pointsOf(std::optional<std::string_view> text, double perPoint = 1);
 // "RRGGBB", with or without "#".
 std::optional<RgbColor> colorOf(std::optional<std::string_view> text);
 // "2004-05-06T07:08:09Z": a zone may be missing, as may the time.
