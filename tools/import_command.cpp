@@ -188,6 +188,9 @@ int importCommand(int argc, char** argv) {
     app.add_flag("--no-text", options.noTexts, "no texts");
     app.add_flag("--no-thumbnails", options.noThumbnails,
                  "no thumbnails; without --out there are none");
+    app.add_flag("--rich", options.settings.rich,
+                 "documents of rich text also as packages: DIR/rich/NUMBER.rtfd")
+        ->needs("--out");
     app.add_option("--timeout", options.timeout, "seconds that a file may take")
         ->check(CLI::PositiveNumber)
         ->type_name("S")

@@ -1,4 +1,4 @@
-// corvystack rtfd: an HTML page as a package of rich text.
+// corvystack rtfd: a document, or an HTML page, as rich text.
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <optional>
@@ -18,8 +18,8 @@ namespace corvy::tools {
 
 namespace {
 
-// In seconds: above the quarter of a minute that the helper gives to a page.
-constexpr double kTimeout = 20;
+// In seconds: above what the helper gives to a page or a document.
+constexpr double kTimeout = 25;
 
 struct RtfdOptions {
     std::string file;
@@ -46,6 +46,31 @@ std::optional<Url> baseOf(const RtfdOptions& options) {
     return URLOfPath(std::filesystem::absolute(options.file).native());
 }
 
+// A package where the name says so, else the flat form.
+int writeRtfd(const Bytes* flat, const RtfdOptions& options) {
+    const auto folder = flat ? platform::folderOfFlatRtfd(*flat) : std::nullopt;
+    if (!folder) return failWith(options.file, "cannot be converted");
+    int error = 0;
+    if (hasSuffixNoCase(pathFromBytes(options.output), u".rtfd")) {
+        error = makeFolder(options.output);
+        if (error == 0) error = platform::writePackage(options.output, *folder);
+    } else {
+        error = writeFile(options.output, flat->chars());
+    }
+    return error == 0 ? kDone : failWith(options.output, reasonOf(error));
+}
+
+int convertDocument(const RtfdOptions& options) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(options.file).native();
+    HelperAccess helper(Launching::ifNeeded, options.timeout);
+    const RemoteValue answer = helper.proxy().call("attributedStringWithContentsOfFile:",
+                                                   {PropertyList(pathFromBytes(path))});
+    const Dictionary* document = answer ? answer->dictionary() : nullptr;
+    const PropertyList* rtfd = document ? document->find(u"Rtfd") : nullptr;
+    return writeRtfd(rtfd ? rtfd->bytes() : nullptr, options);
+}
+
 int convertHtml(const RtfdOptions& options) {
     FileContents contents = readFile(options.file);
     if (contents.error != 0) return failWith(options.file, reasonOf(contents.error));
@@ -62,40 +87,45 @@ int convertHtml(const RtfdOptions& options) {
                             {PropertyList(std::move(contents.bytes)),
                              base ? RemoteValue(PropertyList(*base)) : RemoteValue(),
                              PropertyList(!options.offline), std::move(charset)});
-    const Bytes* flat = answer ? answer->bytes() : nullptr;
-    const auto folder = flat ? platform::folderOfFlatRtfd(*flat) : std::nullopt;
-    if (!folder) return failWith(options.file, "cannot be converted");
-    int error = makeFolder(options.output);
-    if (error == 0) error = platform::writePackage(options.output, *folder);
-    if (error != 0) {
-        return failWith(options.output, reasonOf(error));
-    }
-    return kDone;
+    return writeRtfd(answer ? answer->bytes() : nullptr, options);
 }
 
 }  // namespace
 
 int rtfdCommand(int argc, char** argv) {
-    CLI::App app("Rich text of an HTML page, as an RTFD package, made by the helper.",
-                 "corvystack rtfd");
+    CLI::App app(
+        "Rich text of a document, or of an HTML page, made by the helper. What a document is, "
+        "its\ncontent tells.",
+        "corvystack rtfd");
     RtfdOptions options;
-    app.add_flag("--html", options.isHtml, "the document is an HTML page")->required();
-    app.add_option("FILE", options.file, "the page; - for standard input")->required();
-    app.add_option("-o,--output", options.output, "the package to write")
+    app.add_option("FILE", options.file, "the document; with --html - is standard input")
+        ->required();
+    app.add_option("-o,--output", options.output,
+                   "what to write: a package when it ends in .rtfd, else one file in the flat form")
         ->required()
-        ->type_name("OUT.rtfd");
+        ->type_name("OUT");
+    auto* html = app.add_flag("--html", options.isHtml,
+                              "it is an HTML page, and shall load what it refers to");
     app.add_option("--base", options.base, "address of the page (default: that of the file)")
-        ->type_name("URL");
+        ->type_name("URL")
+        ->needs(html);
     app.add_option("--charset", options.charset, "charset that its transport declared")
-        ->type_name("NAME");
+        ->type_name("NAME")
+        ->needs(html);
     app.add_flag("--offline", options.offline,
-                 "load nothing from beyond this machine and its networks");
+                 "load nothing from beyond this machine and its networks")
+        ->needs(html);
     app.add_option("--timeout", options.timeout, "seconds to wait for the helper")
         ->check(CLI::PositiveNumber)
         ->type_name("S")
         ->capture_default_str();
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
-    return convertHtml(options);
+    if (options.isHtml) return convertHtml(options);
+    if (const int error =
+            std::filesystem::is_directory(options.file) ? 0 : errorOfOpening(options.file)) {
+        return failWith(options.file, reasonOf(error));
+    }
+    return convertDocument(options);
 }
 
 }  // namespace corvy::tools

@@ -179,8 +179,9 @@ Dictionary CorvyStackHelper::posterImageForMovieWithFile(std::u16string_view pat
 }
 
 std::optional<Dictionary> CorvyStackHelper::attributedStringWithContentsOfFile(
-    std::u16string_view) {
-    return std::nullopt;
+    std::u16string_view path) {
+    return ::corvy::attributedStringWithContentsOfFile(
+        path, [this](const platform::WorkerRequest& request) { return workers_.run(request); });
 }
 
 Dictionary CorvyStackHelper::searchableTextOfWebArchive(std::u16string_view path) {

@@ -30,18 +30,6 @@ std::optional<std::string> textByMark(std::string_view bytes) {
     return decoded ? toUtf8(decoded->text) : std::string();
 }
 
-std::string markupText(std::span<const std::byte> data,
-                       std::optional<std::u16string_view> charset) {
-    const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
-    if (auto marked = textByMark(bytes)) return *std::move(marked);
-    MarkupDataOptions options;
-    options.encodingName = charset;
-    // What is not UTF-8 and says nothing of itself is most likely old and western.
-    if (!fromStrictUtf8(bytes)) options.defaultEncoding = Encoding::kWindows1252;
-    const auto text = stringWithMarkupData(data, options);
-    return text ? toUtf8(*text) : std::string(bytes);
-}
-
 // By the transport, else by the rule that names it, else UTF-8.
 std::string styleSheetText(std::span<const std::byte> data, std::string_view charset) {
     const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
@@ -78,18 +66,22 @@ platform::WebLoaderOptions loaderOptions(const Dictionary& arguments,
 
 }  // namespace
 
-std::optional<PropertyList> convertHtml(const Dictionary& arguments,
-                                        platform::WorkerChannel& channel) {
-    const PropertyList* html = arguments.find(html_exchange::kHtml);
-    if (!html || !html->bytes()) return std::nullopt;
-    const auto charset = stringOf(arguments, html_exchange::kCharset);
+std::string markupText(std::span<const std::byte> data,
+                       std::optional<std::u16string_view> charset) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
+    if (auto marked = textByMark(bytes)) return *std::move(marked);
+    MarkupDataOptions options;
+    options.encodingName = charset;
+    // What is not UTF-8 and says nothing of itself is most likely old and western.
+    if (!fromStrictUtf8(bytes)) options.defaultEncoding = Encoding::kWindows1252;
+    const auto text = stringWithMarkupData(data, options);
+    return text ? toUtf8(*text) : std::string(bytes);
+}
 
+platform::AttributedText attributedTextOfPage(std::string_view page, std::optional<Url> baseURL,
+                                              platform::ResourceLoader& loader) {
     platform::HtmlImportOptions options;
-    if (const PropertyList* base = arguments.find(html_exchange::kBaseURL)) {
-        if (base->url()) options.baseURL = *base->url();
-        if (base->string()) options.baseURL = Url{*base->string()};
-    }
-    platform::WebLoader loader(loaderOptions(arguments, options.baseURL, channel));
+    options.baseURL = std::move(baseURL);
     options.loader = &loader;
     options.decode = [](std::span<const std::byte> bytes, std::string_view name,
                         platform::ResourceKind kind) {
@@ -98,8 +90,23 @@ std::optional<PropertyList> convertHtml(const Dictionary& arguments,
         return markupText(bytes,
                           name.empty() ? std::nullopt : std::optional<std::u16string_view>(wide));
     };
+    return platform::attributedTextOfHtml(page, options);
+}
+
+std::optional<PropertyList> convertHtml(const Dictionary& arguments,
+                                        platform::WorkerChannel& channel) {
+    const PropertyList* html = arguments.find(html_exchange::kHtml);
+    if (!html || !html->bytes()) return std::nullopt;
+    const auto charset = stringOf(arguments, html_exchange::kCharset);
+
+    std::optional<Url> baseURL;
+    if (const PropertyList* base = arguments.find(html_exchange::kBaseURL)) {
+        if (base->url()) baseURL = *base->url();
+        if (base->string()) baseURL = Url{*base->string()};
+    }
+    platform::WebLoader loader(loaderOptions(arguments, baseURL, channel));
     const std::string page = markupText(*html->bytes(), charset);
-    auto rtfd = platform::rtfdOf({platform::attributedTextOfHtml(page, options), {}});
+    auto rtfd = platform::rtfdOf({attributedTextOfPage(page, baseURL, loader), {}});
     return rtfd ? std::optional<PropertyList>(*std::move(rtfd)) : std::nullopt;
 }
 

@@ -28,7 +28,22 @@ platform::FileNode folderOf(const Dictionary& entries) {
     return folder;
 }
 
+// Another program may take a quarter of a minute for what is none of our formats.
+constexpr double kDocumentTimeout = 20;
+
 }  // namespace
+
+std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path,
+                                                             const RunWorker& runWorker) {
+    platform::WorkerRequest request;
+    request.family = rich_text_exchange::kFamily;
+    request.operation = rich_text_exchange::kDocument;
+    request.arguments.set(rich_text_exchange::kPath, path);
+    request.limits.wallSeconds = kDocumentTimeout;
+    const auto document = runWorker(request);
+    if (!document || document->dictionary() == nullptr) return std::nullopt;
+    return *document->dictionary();
+}
 
 bool writeRTFDData(const Bytes& rtfd, std::u16string_view toFile, const RunWorker& runWorker) {
     const auto path = bytesOfPath(toFile);

@@ -16,6 +16,11 @@ namespace corvy {
 // Runs a worker's operation; the pool's `run`.
 using RunWorker = std::function<std::optional<PropertyList>(const platform::WorkerRequest&)>;
 
+// The document in the file, of any format that is known: "Rtfd", and "DocumentAttributes" when there
+// are some. None when it is no document.
+std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path,
+                                                             const RunWorker& runWorker);
+
 // Writes the document in the bytes, flat RTFD or RTF, as a package. False when the bytes are no
 // such document, and when the package cannot be written; what was written before stays then.
 bool writeRTFDData(const Bytes& rtfd, std::u16string_view toFile, const RunWorker& runWorker);
@@ -26,8 +31,11 @@ inline constexpr const char* kFamily = "richtext";
 // The package of a document. Its result: a folder, which is a dictionary from the names of its
 // entries to bytes, and to dictionaries that are folders inside it.
 inline constexpr const char* kPackage = "package";
+// The document in a file. Its result: the dictionary of the vended operation.
+inline constexpr const char* kDocument = "document";
 // Arguments.
 inline constexpr const char16_t* kRtfd = u"rtfd";  // bytes
+inline constexpr const char16_t* kPath = u"path";  // absolute
 }  // namespace rich_text_exchange
 
 }  // namespace corvy

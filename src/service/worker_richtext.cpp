@@ -2,6 +2,7 @@
 #include "platform/html_import/html_importer.h"
 #include "platform/web_loader.h"
 #include "platform/worker.h"
+#include "service/document_worker.h"
 #include "service/html_conversion.h"
 #include "service/html_worker.h"
 #include "service/rich_text_conversion.h"
@@ -24,6 +25,7 @@ int main(int argc, char** argv) {
                       {"libcurl", corvy::platform::webLibraryVersion()}},
         .initialise = initialise,
         .operations = {{corvy::html_exchange::kConvert, corvy::convertHtml},
+                       {corvy::rich_text_exchange::kDocument, corvy::readDocumentFile},
                        {corvy::rich_text_exchange::kPackage, corvy::packageOfRtfd}}};
     return corvy::platform::workerMain(family, argc, argv);
 }

@@ -19,11 +19,13 @@
 #include "foundation/text.h"
 #include "markup/queries.h"
 #include "platform/content_type.h"
+#include "platform/plain_text_file.h"
+#include "platform/rich_text/rtfd.h"
+#include "platform/rich_text/rtfd_package.h"
 #include "platform/type_identifier.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
 #include "tools/import/file_type.h"
-#include "tools/import/plain_text.h"
 #include "tools/markup/input.h"
 
 namespace corvy::tools {
@@ -86,6 +88,13 @@ std::string numberedName(const char* folder, std::uint64_t number, const char* e
     return name;
 }
 
+// The text alone: lines end in one way, and what stands for a file is no text.
+std::u16string plainTextOf(std::u16string text) {
+    std::erase(text, platform::kAttachmentCharacter);
+    std::ranges::replace(text, platform::kLineBreak, u'\n');
+    return text;
+}
+
 }  // namespace
 
 std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
@@ -105,6 +114,8 @@ std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uin
             importPlainText(file, number, record);
         } else if (record.kind == "html") {
             importHtml(file, number, record);
+        } else if (record.kind == "richtext") {
+            stopped = !importRichText(file, number, record);
         } else if (record.kind == "webarchive") {
             stopped = !importWebArchive(file, number, record);
         } else if (record.kind == "movie" || record.kind == "sound") {
@@ -138,6 +149,7 @@ bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
     if (const auto type = platform::contentTypeOfFile(pathFromBytes(file.path))) {
         record.type = toUtf8(*type);
     }
+    if (file.error.empty() && file.isFolder && record.kind == "richtext") return true;
     if (!file.error.empty() || file.isFolder) {
         if (record.kind.empty()) record.kind = kDataType.kind;
         return false;
@@ -286,7 +298,7 @@ void FileImporter::importXml(const FoundFile& file, std::uint64_t number, Import
     } else if (record.kind == "feed") {
         record.error = "damaged";
     } else if (settings_.texts) {
-        addText(plainText(contents.bytes.chars()), number, record);
+        addText(platform::readPlainText(contents.bytes).text, number, record);
     }
 }
 
@@ -300,6 +312,44 @@ void FileImporter::importFeed(std::u16string_view feed, std::uint64_t number,
     addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
                                              {.reformat = true, .onlyBody = true}),
             number, record);
+}
+
+// False when the helper was stopped.
+bool FileImporter::importRichText(const FoundFile& file, std::uint64_t number,
+                                  ImportRecord& record) {
+    // The helper opens the file itself, from another folder.
+    const std::string path = std::filesystem::absolute(file.path).string();
+    HelperSlot::Answer answer =
+        helper_.call("attributedStringWithContentsOfFile:", {PropertyList(pathFromBytes(path))});
+    if (answer.stopped) return false;
+    record.error = answer.error;
+    if (!record.error.empty()) return true;
+
+    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    const PropertyList* rtfd = entries ? entries->find(u"Rtfd") : nullptr;
+    if (!rtfd || !rtfd->bytes()) {
+        record.error = "damaged";
+        return true;
+    }
+    const PropertyList* attributes = entries->find(u"DocumentAttributes");
+    if (attributes && attributes->dictionary()) record.properties = *attributes->dictionary();
+    if (settings_.texts) {
+        const auto document = platform::documentOfRtfd(*rtfd->bytes());
+        addText(document ? plainTextOf(document->text.string()) : std::u16string(), number, record);
+    }
+    if (settings_.rich) addRichText(*rtfd->bytes(), number, record);
+    return true;
+}
+
+void FileImporter::addRichText(const Bytes& rtfd, std::uint64_t number, ImportRecord& record) {
+    const auto package = platform::folderOfFlatRtfd(rtfd);
+    const std::string name = numberedName("rich", number, "rtfd");
+    const std::string path = settings_.outFolder + "/" + name;
+    if (package && makeFolder(path) == 0 && platform::writePackage(path, *package) == 0) {
+        record.rich = name;
+    } else {
+        record.error = "notWritable";
+    }
 }
 
 // The text that is searched: of the body, as in web archives.
@@ -328,7 +378,7 @@ void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
     if (contents.error != 0) {
         record.error = errorOfReading(contents.error);
     } else {
-        addText(plainText(contents.bytes.chars()), number, record);
+        addText(platform::readPlainText(contents.bytes).text, number, record);
     }
 }
 

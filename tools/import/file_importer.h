@@ -19,6 +19,7 @@ struct ImportSettings {
     bool texts = true;
     bool metadata = true;
     bool thumbnails = true;
+    bool rich = false;  // rich text goes to the folder as well, as packages
     bool pretty = false;
 };
 
@@ -49,8 +50,10 @@ private:
     bool importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     void importFeed(std::u16string_view feed, std::uint64_t number, ImportRecord& record);
-    void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
     bool addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    bool importRichText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
+    void addRichText(const Bytes& rtfd, std::uint64_t number, ImportRecord& record);
     void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
     void addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record);
 

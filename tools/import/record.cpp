@@ -62,6 +62,7 @@ std::string jsonOfRecord(ImportRecord record, bool pretty) {
                                           {u"width", record.thumbnail->width},
                                           {u"height", record.thumbnail->height}});
     }
+    if (!record.rich.empty()) json.set(u"rich", Dictionary{{u"file", asciiText(record.rich)}});
     if (!record.properties.empty()) json.set(u"properties", std::move(record.properties));
     if (!record.metadata.empty()) json.set(u"metadata", std::move(record.metadata));
     if (record.pages) json.set(u"pages", *record.pages);

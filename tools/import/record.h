@@ -24,13 +24,14 @@ struct RecordThumbnail {
 };
 
 struct ImportRecord {
-    std::string path = {};       // bytes
+    std::string path = {};  // bytes
     std::string type = {};  // uniform type identifier
     std::string_view kind = {};
     std::optional<std::uint64_t> size = {};  // bytes
     std::optional<timespec> modified = {};
     std::optional<RecordText> text = {};
     std::optional<RecordThumbnail> thumbnail = {};
+    std::string rich = {};  // the package of the rich text
     Dictionary properties = {};
     Dictionary metadata = {};  // what an importer tells, but for the text
     std::optional<std::int64_t> pages = {};
