@@ -153,7 +153,8 @@ std::optional<ArchiveEntry> ArchiveReader::next() {
     found.isFolder = ::archive_entry_filetype(entry) == AE_IFDIR;
     found.isEncrypted = ::archive_entry_is_encrypted(entry) != 0;
     if (::archive_entry_size_is_set(entry)) found.size = ::archive_entry_size(entry);
-    if (::archive_entry_mtime_is_set(entry)) {
+    // Programs that do not know the time write 0.
+    if (::archive_entry_mtime_is_set(entry) && ::archive_entry_mtime(entry) != 0) {
         found.modified = Date{static_cast<double>(::archive_entry_mtime(entry))};
     }
     return found;
