@@ -82,11 +82,11 @@ int convertHtml(const RtfdOptions& options) {
     RemoteValue charset;
     if (!options.charset.empty()) charset = PropertyList(fromUtf8(options.charset));
     HelperAccess helper(Launching::ifNeeded, options.timeout);
-    const RemoteValue answer = helper.proxy().call(
-        "RTFDWithHTML:baseURL:allowRemoteRequest:charset:",
-        {PropertyList(std::move(contents.bytes)),
-         base ? RemoteValue(PropertyList(*base)) : RemoteValue(), PropertyList(!options.offline),
-         std::move(charset)});
+    const RemoteValue answer =
+        helper.proxy().call("RTFDWithHTML:baseURL:allowRemoteRequest:charset:",
+                            {PropertyList(std::move(contents.bytes)),
+                             base ? RemoteValue(PropertyList(*base)) : RemoteValue(),
+                             PropertyList(!options.offline), std::move(charset)});
     return writeRtfd(answer ? answer->bytes() : nullptr, options);
 }
 
@@ -121,9 +121,8 @@ int rtfdCommand(int argc, char** argv) {
         ->capture_default_str();
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     if (options.isHtml) return convertHtml(options);
-    if (const int error = std::filesystem::is_directory(options.file)
-                              ? 0
-                              : errorOfOpening(options.file)) {
+    if (const int error =
+            std::filesystem::is_directory(options.file) ? 0 : errorOfOpening(options.file)) {
         return failWith(options.file, reasonOf(error));
     }
     return convertDocument(options);

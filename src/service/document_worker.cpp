@@ -9,6 +9,7 @@
 #include "foundation/url.h"
 #include "markup/queries.h"
 #include "platform/document_reader.h"
+#include "platform/document_readers/office_converter.h"
 #include "platform/rich_text/rtfd.h"
 #include "platform/web_addresses.h"
 #include "platform/web_loader.h"
@@ -98,13 +99,16 @@ std::optional<platform::RichDocument> documentOfWebArchive(const Bytes& bytes) {
 }  // namespace
 
 std::optional<PropertyList> readDocumentFile(const Dictionary& arguments,
-                                             platform::WorkerChannel&) {
+                                             platform::WorkerChannel& channel) {
     const auto argument = stringOf(arguments, rich_text_exchange::kPath);
     const auto path = argument ? bytesOfPath(*argument) : std::nullopt;
     if (!path) return std::nullopt;
     platform::DocumentReaders readers;
     readers.html = documentOfHtml;
     readers.webArchive = documentOfWebArchive;
+    readers.converter = [&channel](const std::string& file) {
+        return platform::rtfByOffice(file, channel.temporaryFolder());
+    };
     auto document = platform::readDocument(*path, readers);
     if (!document) return std::nullopt;
     auto rtfd = platform::rtfdOf(*document);

@@ -41,8 +41,7 @@ std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request,
     work.arguments.set(html_exchange::kHtml, html);
     work.arguments.set(html_exchange::kAsks, !request.allowRemoteRequest);
     work.arguments.set(html_exchange::kLoadingTimeout, kHtmlLoadingTimeout);
-    const auto base =
-        request.baseURL ? platform::baseURLForWebKit(*request.baseURL) : std::nullopt;
+    const auto base = request.baseURL ? platform::baseURLForWebKit(*request.baseURL) : std::nullopt;
     if (base) work.arguments.set(html_exchange::kBaseURL, *base);
     if (request.charset && !request.charset->empty()) {
         work.arguments.set(html_exchange::kCharset, *request.charset);

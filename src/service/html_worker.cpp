@@ -87,8 +87,8 @@ platform::AttributedText attributedTextOfPage(std::string_view page, std::option
                         platform::ResourceKind kind) {
         if (kind == platform::ResourceKind::styleSheet) return styleSheetText(bytes, name);
         const std::u16string wide = fromUtf8(name);
-        return markupText(bytes, name.empty() ? std::nullopt
-                                              : std::optional<std::u16string_view>(wide));
+        return markupText(bytes,
+                          name.empty() ? std::nullopt : std::optional<std::u16string_view>(wide));
     };
     return platform::attributedTextOfHtml(page, options);
 }
