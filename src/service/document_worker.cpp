@@ -106,10 +106,15 @@ std::optional<PropertyList> readDocumentFile(const Dictionary& arguments,
     platform::DocumentReaders readers;
     readers.html = documentOfHtml;
     readers.webArchive = documentOfWebArchive;
-    readers.converter = [&channel](const std::string& file) {
-        return platform::rtfByOffice(file, channel.temporaryFolder());
+    const bool mayUseOffice = arguments.contains(rich_text_exchange::kOffice);
+    bool needsOffice = false;
+    readers.converter = [&](const std::string& file) -> std::optional<Bytes> {
+        if (mayUseOffice) return platform::rtfByOffice(file, channel.temporaryFolder());
+        needsOffice = platform::canUseOffice(file);
+        return std::nullopt;
     };
     auto document = platform::readDocument(*path, readers);
+    if (needsOffice) return Dictionary{{rich_text_exchange::kOffice, true}};
     if (!document) return std::nullopt;
     auto rtfd = platform::rtfdOf(*document);
     if (!rtfd) return std::nullopt;

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -53,6 +54,7 @@ pid_t start(const char* program, const std::string& profile, const std::string& 
     const pid_t child = ::fork();
     if (child != 0) return child;
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    static_cast<void>(::unshare(CLONE_NEWUSER | CLONE_NEWNET));
     const int nowhere = ::open("/dev/null", O_RDWR);
     if (::getppid() != parent || nowhere < 0) ::_exit(127);
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -60,6 +62,12 @@ pid_t start(const char* program, const std::string& profile, const std::string& 
     }
     ::execv(program, const_cast<char* const*>(arguments));
     ::_exit(127);
+}
+
+const char* installedProgram() {
+    const auto* const program = std::ranges::find_if(
+        kPrograms, [](const char* known) { return ::access(known, X_OK) == 0; });
+    return program == std::end(kPrograms) ? nullptr : *program;
 }
 
 // Whether it has ended in time; it has ended in any case.
@@ -75,15 +83,16 @@ bool waitFor(pid_t child) {
 
 }  // namespace
 
+bool canUseOffice(const std::string& path) {
+    return isDocumentName(path) && installedProgram() != nullptr;
+}
+
 std::optional<Bytes> rtfByOffice(const std::string& path, const std::string& folder) {
-    const auto* const program = std::ranges::find_if(
-        kPrograms, [](const char* known) { return ::access(known, X_OK) == 0; });
-    if (program == std::end(kPrograms) || folder.empty() || !isDocumentName(path)) {
-        return std::nullopt;
-    }
+    const char* const program = installedProgram();
+    if (program == nullptr || folder.empty()) return std::nullopt;
     const std::filesystem::path input = std::filesystem::absolute(path);
     const std::string profile = toUtf8(URLOfPath(folder + "/profile").absoluteString);
-    const pid_t child = start(*program, profile, folder, input.native());
+    const pid_t child = start(program, profile, folder, input.native());
     if (child < 0 || !waitFor(child)) return std::nullopt;
     return readRegularFile(folder + "/" + input.stem().native() + ".rtf", kLongestRtf);
 }
