@@ -60,6 +60,11 @@ std::u16string fromUtf32(std::string_view bytes, Order order) {
     return text;
 }
 
+// A character that text does not have.
+bool isControl(char16_t unit) {
+    return (unit < 0x20 && !(unit >= u'\t' && unit <= u'\r') && unit != 0x1B) || unit == 0x7F;
+}
+
 // UTF-16 without a mark: Latin letters, blanks and line ends have a zero at one side and none at
 // the other.
 std::optional<Order> orderByZeros(std::string_view bytes) {
@@ -68,9 +73,11 @@ std::optional<Order> orderByZeros(std::string_view bytes) {
     std::size_t zeros[2] = {};
     for (std::size_t i = 0; i < bytes.size(); ++i) zeros[i % 2] += bytes[i] == '\0' ? 1 : 0;
     const std::size_t units = bytes.size() / 2;
-    for (const std::size_t side : {std::size_t{0}, std::size_t{1}}) {
-        if (zeros[side] * 4 >= units && zeros[1 - side] * 100 <= units) {
-            return side == 0 ? Order::big : Order::little;
+    for (const Order order : {Order::big, Order::little}) {
+        const std::size_t side = order == Order::big ? 0 : 1;
+        if (zeros[side] * 4 >= units && zeros[1 - side] * 100 <= units &&
+            std::ranges::none_of(fromUtf16(bytes, order), isControl)) {
+            return order;
         }
     }
     return std::nullopt;
@@ -163,11 +170,8 @@ bool looksLikePlainText(std::span<const std::byte> data) {
         return true;
     }
     bytes = bytes.substr(0, kSample);
-    const auto isControl = [](char c) {
-        const auto unit = static_cast<unsigned char>(c);
-        return (unit < 0x20 && !(unit >= '\t' && unit <= '\r') && unit != 0x1B) || unit == 0x7F;
-    };
-    return std::ranges::none_of(bytes, isControl);
+    return std::ranges::none_of(bytes,
+                                [](char c) { return isControl(static_cast<unsigned char>(c)); });
 }
 
 }  // namespace corvy::platform

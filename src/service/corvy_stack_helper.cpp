@@ -204,8 +204,7 @@ bool CorvyStackHelper::writeRTFDData(const Bytes& rtfd, std::u16string_view path
     });
 }
 
-std::optional<Bytes> CorvyStackHelper::RTFDWithHTML(const Bytes& html,
-                                                    const HtmlRequest& request) {
+std::optional<Bytes> CorvyStackHelper::RTFDWithHTML(const Bytes& html, const HtmlRequest& request) {
     HtmlConversionContext context;
     context.runWorker = [this](const platform::WorkerRequest& work) { return workers_.run(work); };
     context.willSendRequest = [this](const Url& url, const Url* redirectedFrom) {

@@ -9,6 +9,7 @@
 #include "foundation/url.h"
 #include "markup/queries.h"
 #include "platform/document_reader.h"
+#include "platform/document_readers/office_converter.h"
 #include "platform/rich_text/rtfd.h"
 #include "platform/web_addresses.h"
 #include "platform/web_loader.h"
@@ -98,14 +99,22 @@ std::optional<platform::RichDocument> documentOfWebArchive(const Bytes& bytes) {
 }  // namespace
 
 std::optional<PropertyList> readDocumentFile(const Dictionary& arguments,
-                                             platform::WorkerChannel&) {
+                                             platform::WorkerChannel& channel) {
     const auto argument = stringOf(arguments, rich_text_exchange::kPath);
     const auto path = argument ? bytesOfPath(*argument) : std::nullopt;
     if (!path) return std::nullopt;
     platform::DocumentReaders readers;
     readers.html = documentOfHtml;
     readers.webArchive = documentOfWebArchive;
+    const bool mayUseOffice = arguments.contains(rich_text_exchange::kOffice);
+    bool needsOffice = false;
+    readers.converter = [&](const std::string& file) -> std::optional<Bytes> {
+        if (mayUseOffice) return platform::rtfByOffice(file, channel.temporaryFolder());
+        needsOffice = platform::canUseOffice(file);
+        return std::nullopt;
+    };
     auto document = platform::readDocument(*path, readers);
+    if (needsOffice) return Dictionary{{rich_text_exchange::kOffice, true}};
     if (!document) return std::nullopt;
     auto rtfd = platform::rtfdOf(*document);
     if (!rtfd) return std::nullopt;

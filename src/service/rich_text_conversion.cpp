@@ -40,9 +40,15 @@ std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view
     request.operation = rich_text_exchange::kDocument;
     request.arguments.set(rich_text_exchange::kPath, path);
     request.limits.wallSeconds = kDocumentTimeout;
-    const auto document = runWorker(request);
-    if (!document || document->dictionary() == nullptr) return std::nullopt;
-    return *document->dictionary();
+    auto document = runWorker(request);
+    const auto entries = [&] { return document ? document->dictionary() : nullptr; };
+    if (entries() && entries()->contains(rich_text_exchange::kOffice)) {
+        request.arguments.set(rich_text_exchange::kOffice, true);
+        request.limits.network = true;
+        document = runWorker(request);
+    }
+    if (!entries()) return std::nullopt;
+    return *entries();
 }
 
 bool writeRTFDData(const Bytes& rtfd, std::u16string_view toFile, const RunWorker& runWorker) {

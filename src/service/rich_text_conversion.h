@@ -33,6 +33,9 @@ inline constexpr const char* kFamily = "richtext";
 inline constexpr const char* kPackage = "package";
 // The document in a file. Its result: the dictionary of the vended operation.
 inline constexpr const char* kDocument = "document";
+// In the result: it takes an office program, and with it the right to open sockets. As an argument:
+// it may be used.
+inline constexpr const char16_t* kOffice = u"office";  // flag
 // Arguments.
 inline constexpr const char16_t* kRtfd = u"rtfd";  // bytes
 inline constexpr const char16_t* kPath = u"path";  // absolute

@@ -68,11 +68,12 @@ AttributedText DocumentStory::take() {
 void makeListItem(ParagraphStyle& style, std::vector<std::uint32_t> lists, double marker,
                   double text) {
     constexpr double kMarkerRoom = 0.3;  // of what stands in front of the text
+    constexpr double kTabRoom = 11;      // points, of the tab in front of the marker
     if (text <= 0) text = std::max(style.headIndent, 0.0);
     if (marker <= 0 || marker >= text) marker = text * kMarkerRoom;
     style.lists = std::move(lists);
     style.headIndent = text;
-    style.firstLineIndent = 0;
+    style.firstLineIndent = std::max(0.0, marker - kTabRoom);
     std::erase_if(style.tabs, [&](const TabStop& tab) { return tab.position <= text; });
     if (text > 0) {
         style.tabs.insert(style.tabs.begin(), {{marker, TabKind::left}, {text, TabKind::left}});

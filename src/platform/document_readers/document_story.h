@@ -50,6 +50,10 @@ private:
     std::map<std::u16string, std::uint32_t> lists_;
 };
 
+// Units of what stands around the counters of a marker. A few bytes that say it stand for it at
+// every item.
+inline constexpr std::size_t kMaxMarkerText = 64;
+
 // The paragraph as an item of lists, from the outermost to its own. Its text begins with a tab, the
 // marker and a tab; `text` is where the item's text begins, `marker` its marker, in points.
 void makeListItem(ParagraphStyle& style, std::vector<std::uint32_t> lists, double marker,

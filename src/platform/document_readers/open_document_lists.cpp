@@ -64,7 +64,8 @@ void OpenDocumentLists::beginItem(pugi::xml_node item) {
 
 std::u16string OpenDocumentLists::markerOf(const ListStyle& style, std::size_t level) const {
     const OpenDocumentStyles::ListLevel& own = style[level];
-    if (!own.counter) return own.bullet.empty() ? u"" : own.prefix + own.bullet + own.suffix;
+    // kept: what a bullet has around it is written, but shown by no program.
+    if (!own.counter) return own.bullet;
     const auto shown = static_cast<std::size_t>(std::clamp(own.shownLevels, 1, 10));
     std::u16string marker = own.prefix;
     bool isFirst = true;

@@ -118,6 +118,10 @@ std::optional<CounterForm> counterOf(std::string_view format) {
     return std::nullopt;
 }
 
+std::u16string markerText(Node level, const char* name) {
+    return fromUtf8(attributeOf(level, name).value_or("")).substr(0, kMaxMarkerText);
+}
+
 std::int32_t smallNumber(std::optional<std::string_view> text, std::int32_t otherwise) {
     constexpr double kMost = 1'000'000;
     return static_cast<std::int32_t>(std::clamp(numberOf(text).value_or(otherwise), -kMost, kMost));
@@ -255,9 +259,9 @@ OpenDocumentStyles::ListStyle OpenDocumentStyles::listStyle(Node node) const {
         to.start = smallNumber(attributeOf(level, "text:start-value"), 1);
         to.shownLevels = smallNumber(attributeOf(level, "text:display-levels"), 1);
         to.counter = counterOf(attributeOf(level, "style:num-format").value_or(""));
-        to.prefix = fromUtf8(attributeOf(level, "style:num-prefix").value_or(""));
-        to.suffix = fromUtf8(attributeOf(level, "style:num-suffix").value_or(""));
-        to.bullet = fromUtf8(attributeOf(level, "text:bullet-char").value_or(""));
+        to.prefix = markerText(level, "style:num-prefix");
+        to.suffix = markerText(level, "style:num-suffix");
+        to.bullet = markerText(level, "text:bullet-char");
         // A sign of a symbol font is unlikely to be in the one that shows it.
         if (to.bullet.size() == 1 && to.bullet[0] >= 0xE000 && to.bullet[0] < 0xF900) {
             to.bullet = u"\x2022";

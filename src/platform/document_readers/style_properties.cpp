@@ -27,7 +27,12 @@ void setTab(std::vector<TabStop>& tabs, TabStop tab) {
 }  // namespace
 
 void TextProperties::overlay(const TextProperties& above) {
-    if (above.sizeFactor && size) size = *size * *above.sizeFactor;
+    if (above.size) sizeFactor.reset();
+    if (above.sizeFactor && size) {
+        size = *size * *above.sizeFactor;
+    } else if (above.sizeFactor) {
+        sizeFactor = sizeFactor.value_or(1) * *above.sizeFactor;
+    }
     take(font, above.font);
     take(size, above.size);
     take(bold, above.bold);

@@ -278,16 +278,19 @@ private:
 
     // Endnotes count on from the footnotes, as they stand at the end.
     std::u16string noteNumber(std::uint32_t position) {
+        const auto indexIn = [&](const std::vector<std::uint32_t>& marks) {
+            const auto mark = std::ranges::lower_bound(marks, position);
+            return mark != marks.end() && *mark == position
+                       ? static_cast<std::size_t>(mark - marks.begin()) + 1
+                       : std::size_t{0};
+        };
         std::size_t number = 0;
         if (inNotes_) {
             number = ++notes_;
-        } else if (const auto footnote = std::ranges::find(footnoteMarks_, position);
-                   footnote != footnoteMarks_.end()) {
-            number = static_cast<std::size_t>(footnote - footnoteMarks_.begin()) + 1;
-        } else if (const auto endnote = std::ranges::find(endnoteMarks_, position);
-                   endnote != endnoteMarks_.end()) {
-            number = footnoteMarks_.size() +
-                     static_cast<std::size_t>(endnote - endnoteMarks_.begin()) + 1;
+        } else if (const std::size_t footnote = indexIn(footnoteMarks_); footnote > 0) {
+            number = footnote;
+        } else if (const std::size_t endnote = indexIn(endnoteMarks_); endnote > 0) {
+            number = footnoteMarks_.size() + endnote;
         } else {
             return {};
         }

@@ -90,9 +90,9 @@ void readTabs(ParagraphProperties& to, LittleEndian operand, bool hasBreadths) {
     for (std::size_t i = 0; i < added; ++i) {
         const unsigned kind = operand.u8(start + 1 + 2 * added + i) & 7U;
         to.tabs.push_back({operand.s16(start + 1 + 2 * i) / kTwips, kind == 1   ? TabKind::center
-                                                                   : kind == 2 ? TabKind::right
-                                                                   : kind == 3 ? TabKind::decimal
-                                                                               : TabKind::left});
+                                                                    : kind == 2 ? TabKind::right
+                                                                    : kind == 3 ? TabKind::decimal
+                                                                                : TabKind::left});
     }
     std::ranges::sort(to.tabs, {}, &TabStop::position);
 }

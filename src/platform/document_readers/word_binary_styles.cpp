@@ -126,7 +126,7 @@ WordNumbering::Level takeLevel(LittleEndian& rest, const std::vector<std::u16str
         wordTextChanges(rest.part(kHead + paragraphChanges, textChanges), {}, fonts);
     rest = rest.from(kHead + paragraphChanges + textChanges);
     const std::size_t units = rest.u16(0);
-    for (const char16_t unit : textAt(rest, 2, units)) {
+    for (const char16_t unit : textAt(rest, 2, std::min(units, kMaxMarkerText))) {
         // The first nine characters stand for the counters of the levels.
         if (unit < 9 && !level.isBullet) {
             level.text += u'%';

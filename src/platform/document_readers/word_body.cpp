@@ -259,6 +259,7 @@ private:
     }
 
     void run(Node node, Context& context, int depth) {
+        if (depth > kMaxXmlDepth) return;
         const Node properties = node.child("w:rPr");
         if (isHidden(properties, context)) {
             // Its fields count even so.
@@ -291,6 +292,8 @@ private:
                 addNote(part, style);
             } else if (name == "w:footnoteRef" || name == "w:endnoteRef") {
                 append(fromUtf8(std::to_string(noteNumber_)), style);
+            } else if (name == "w:r") {
+                run(part, context, depth + 1);
             } else if (name == "mc:AlternateContent") {
                 runParts(alternativeOf(part), style, context, depth + 1);
             } else if (name == "w:ruby") {
@@ -302,9 +305,9 @@ private:
         }
     }
 
-    static std::u16string textOf(Node part, const TextStyle& style) {
+    std::u16string textOf(Node part, const TextStyle& style) const {
         std::string_view bytes = part.text().get();
-        if (attributeOf(part, "xml:space").value_or("") != "preserve") {
+        if (!source_.keepsSpaces && attributeOf(part, "xml:space").value_or("") != "preserve") {
             constexpr std::string_view kBlanks = " \t\n\r";
             const std::size_t start = std::min(bytes.find_first_not_of(kBlanks), bytes.size());
             bytes.remove_prefix(start);

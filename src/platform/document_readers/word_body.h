@@ -26,6 +26,7 @@ struct WordSource {
     pugi::xml_node footnotes;
     pugi::xml_node endnotes;
     WordTheme theme;
+    bool keepsSpaces = false;  // around texts that do not say so themselves
     // By the identifiers that the body has for them.
     std::function<std::optional<std::u16string>(std::string_view identifier)> link;
     std::function<std::optional<WordPicture>(std::string_view identifier)> picture;

@@ -245,6 +245,7 @@ std::optional<RichDocument> documentOfWordXml(std::span<const std::byte> bytes) 
     source.body = root.child("w:body");
     source.styles = root.child("w:styles");
     source.numbering = root.child("w:lists");
+    source.keepsSpaces = attributeOf(root, "xml:space") == "preserve";
     source.link = [](std::string_view) { return std::nullopt; };
     // The data stand with the first picture that shows them.
     std::map<std::string, Bytes, std::less<>> pictures;

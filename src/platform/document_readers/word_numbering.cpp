@@ -65,7 +65,7 @@ WordNumbering::Level WordNumbering::readLevel(Node node, const WordTheme& theme)
     level.form = formOf(form);
     level.isBullet = form == "bullet" || form == "23";
     level.isNone = form == "none" || form == "255";
-    level.text = fromUtf8(wordValue(node.child("w:lvlText")));
+    level.text = fromUtf8(wordValue(node.child("w:lvlText"))).substr(0, kMaxMarkerText);
     if (level.isBullet) {
         const TextProperties marker = wordTextProperties(node.child("w:rPr"), theme);
         level.text = bulletText(level.text, marker.font.value_or(u""));

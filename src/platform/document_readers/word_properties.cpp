@@ -105,8 +105,10 @@ constexpr TextReader kTextReaders[] = {
     {"w:highlight", [](auto& to, Node node, auto&) { to.background.emplace(highlightOf(node)); }},
     {"w:i", [](auto& to, Node node, auto&) { to.italic = isWordSwitchOn(node); }},
     {"w:outline", [](auto& to, Node node, auto&) { to.outline = isWordSwitchOn(node); }},
-    {"w:position", [](auto& to, Node node,
-                      auto&) { to.baselineOffset = pointsOf(attributeOf(node, "w:val"), kHalfPoints); }},
+    {"w:position",
+     [](auto& to, Node node, auto&) {
+         to.baselineOffset = pointsOf(attributeOf(node, "w:val"), kHalfPoints);
+     }},
     {"w:rFonts",
      [](auto& to, Node node, const WordTheme& theme) {
          if (auto font = fontOf(node, theme)) to.font = std::move(font);
@@ -121,8 +123,8 @@ constexpr TextReader kTextReaders[] = {
      [](auto& to, Node node, auto&) {
          to.strike = isWordSwitchOn(node) ? LineStyle::single : LineStyle::none;
      }},
-    {"w:sz",
-     [](auto& to, Node node, auto&) { to.size = pointsOf(attributeOf(node, "w:val"), kHalfPoints); }},
+    {"w:sz", [](auto& to, Node node,
+                auto&) { to.size = pointsOf(attributeOf(node, "w:val"), kHalfPoints); }},
     {"w:u",
      [](auto& to, Node node, auto&) {
          to.underline = underlineOf(wordValue(node));

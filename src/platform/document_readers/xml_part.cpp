@@ -144,8 +144,8 @@ std::optional<double> pointsOf(std::optional<std::string_view> text, double perP
     for (const Unit& known : kUnits) {
         if (text->ends_with(known.name)) points = *number * known.points;
     }
-    constexpr double kLongest = 100'000;
-    return std::clamp(points, -kLongest, kLongest);
+    constexpr double kLongest = 100'000, kPrecision = 1000;
+    return std::round(std::clamp(points, -kLongest, kLongest) * kPrecision) / kPrecision;
 }
 
 std::optional<RgbColor> colorOf(std::optional<std::string_view> text) {
