@@ -102,14 +102,14 @@ TEST(WebLoader, HasBounds) {
 
 TEST(WebLoader, ReadsRegularFilesOnly) {
     const test::TemporaryFolder folder;
-    std::ofstream(folder.file("a b%.txt")) << "text";
-    ASSERT_EQ(::mkfifo(folder.file("pipe").c_str(), 0600), 0);
+    std::ofstream(folder.path("a b%.txt")) << "text";
+    ASSERT_EQ(::mkfifo(folder.path("pipe").c_str(), 0600), 0);
     WebLoaderOptions options;
     options.readsFiles = true;
     WebLoader loader(options);
-    const std::u16string file = URLOfPath(folder.file("a b%.txt")).absoluteString;
-    EXPECT_EQ(load(loader, {file, URLOfPath(folder.file("pipe")).absoluteString,
-                            URLOfPath(folder.file("none")).absoluteString, u"file:///tmp"}),
+    const std::u16string file = URLOfPath(folder.path("a b%.txt")).absoluteString;
+    EXPECT_EQ(load(loader, {file, URLOfPath(folder.path("pipe")).absoluteString,
+                            URLOfPath(folder.path("none")).absoluteString, u"file:///tmp"}),
               (std::vector<std::string>{"text", "(none)", "(none)", "(none)"}));
 }
 
@@ -164,8 +164,8 @@ TEST(Reachability, KnowsOwnAndForeignHosts) {
 
 TEST(WebAddresses, GivesBasesAndTellsLocalOnes) {
     const test::TemporaryFolder folder;
-    std::ofstream(folder.file("\xC3\xA9 #.html")) << "x";
-    const std::u16string file = URLOfPath(folder.file("\xC3\xA9 #.html")).absoluteString;
+    std::ofstream(folder.path("\xC3\xA9 #.html")) << "x";
+    const std::u16string file = URLOfPath(folder.path("\xC3\xA9 #.html")).absoluteString;
     struct Case {
         std::u16string url;
         std::optional<std::u16string> base;

@@ -56,11 +56,11 @@ std::string png() {
 
 TEST(HtmlProcess, StaysOffTheNetworkUnlessALocalHostIsAsked) {
     const test::TemporaryFolder folder;
-    std::ofstream(folder.file("p.png")) << png();
-    std::ofstream(folder.file("s.css")) << "p{font-style:italic}";
-    std::ofstream(folder.file("page.html")) << "";
+    std::ofstream(folder.path("p.png")) << png();
+    std::ofstream(folder.path("s.css")) << "p{font-style:italic}";
+    std::ofstream(folder.path("page.html")) << "";
     HtmlRequest request;
-    request.baseURL = URLOfPath(folder.file("page.html"));
+    request.baseURL = URLOfPath(folder.path("page.html"));
     const std::string html =
         "<link rel=stylesheet href=s.css><p>a<img src=p.png>"
         "<img src=http://203.0.113.9/x.png>b";
@@ -77,7 +77,7 @@ TEST(HtmlProcess, StaysOffTheNetworkUnlessALocalHostIsAsked) {
 
     // A page of the web has no business with files.
     request.baseURL = Url{u"http://h/"};
-    const std::string file = toUtf8(URLOfPath(folder.file("p.png")).absoluteString);
+    const std::string file = toUtf8(URLOfPath(folder.path("p.png")).absoluteString);
     EXPECT_EQ(textOf(convert("a<img src='" + file + "'>", request)), "a");
 
     test::WebServer server([](const std::string& path) {
