@@ -64,8 +64,7 @@ Image Image::initByReferencingFile(std::u16string_view path, FolderSource folder
     return initWithData(*bytes, pathExtension(path), std::move(folder));
 }
 
-Image Image::initWithData(const Bytes& data, std::u16string_view extension,
-                          FolderSource folder) {
+Image Image::initWithData(const Bytes& data, std::u16string_view extension, FolderSource folder) {
     return Image(representationsOf(data, extension, std::move(folder)));
 }
 
