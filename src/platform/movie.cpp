@@ -14,8 +14,8 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/midi.h"
 #include "platform/movie/frame_raster.h"
 #include "platform/movie/frame_search.h"

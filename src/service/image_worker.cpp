@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "images/image.h"
@@ -11,7 +12,6 @@
 #include "platform/image_encoder.h"
 #include "platform/image_source.h"
 #include "platform/tiff_encoder.h"
-#include "platform/whole_file.h"
 #include "service/image_conversion.h"
 
 namespace corvy {
@@ -36,7 +36,7 @@ FolderSource folderOf(platform::WorkerChannel& channel) {
 // The image of a file or, should that fail, of its bytes.
 Image imageAt(const std::u16string& path, platform::WorkerChannel& channel) {
     const std::u16string file = pathToPDF(path);
-    const auto bytes = platform::bytesOfFile(file, {.uncached = true});
+    const auto bytes = contentsOfFile(file, {.uncached = true});
     if (!bytes) return Image({});
     return Image::initWithData(*bytes, pathExtension(file), folderOf(channel));
 }

@@ -12,7 +12,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace corvy::platform {
 
