@@ -65,7 +65,7 @@ DocumentKind kindOfArchive(const Bytes& bytes) {
     auto archive = ZipArchive::open(bytes);
     if (!archive) return DocumentKind::unknown;
     if (isWordPackage(*archive)) return DocumentKind::wordPackage;
-    if (isOpenDocument(*archive)) return DocumentKind::openDocument;
+    if (isOpenDocument(*archive, "text")) return DocumentKind::openDocument;
     return DocumentKind::unknown;
 }
 

@@ -391,6 +391,7 @@ bool FileImporter::addMetadata(const FoundFile& file, std::uint64_t number, Impo
     HelperSlot::Answer answer =
         helper_.call("metaDataForFile:", {PropertyList(pathFromBytes(path))});
     if (answer.stopped) return false;
+    if (record.error.empty()) record.error = answer.error;
     Dictionary* attributes = answer.value ? answer.value->dictionary() : nullptr;
     if (!attributes) return true;
     auto text = stringOf(*attributes, u"kMDItemTextContent");

@@ -360,7 +360,7 @@ std::optional<RichDocument> documentOfWordBinary(const CompoundFile& file) {
     document.attributes.set(attribute::kType, document_type::kDocFormat);
     document.text = BodyReader(*parts).read();
     readPage(*parts, document.attributes);
-    readSummaryInformation(file, document.attributes);
+    document.attributes.addEntries(summaryInformation(file).attributes);
     return document;
 }
 
