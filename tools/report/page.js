@@ -70,7 +70,9 @@
   const commonFolder = () => {
     let common = records[0]?.path ?? "";
     for (const { path } of records) {
-      while (!path.startsWith(common)) common = common.slice(0, common.lastIndexOf("/", common.length - 2) + 1);
+      let length = 0;
+      while (length < common.length && common[length] === path[length]) ++length;
+      common = common.slice(0, length);
     }
     return common.slice(0, common.lastIndexOf("/") + 1);
   };

@@ -13,8 +13,8 @@
 namespace corvy::tools {
 
 struct ReportOptions {
-    std::vector<std::string> folders;  // with records.jsonl
-    std::string title = {};            // UTF-8
+    std::vector<std::string> folders = {};  // with records.jsonl
+    std::string title = {};                 // UTF-8
     // Of the longer side of the pictures in the page; 0: no pictures, -1: by the number of records.
     std::int64_t pixels = -1;
     std::size_t jobs = 1;  // threads that make pictures
