@@ -6,6 +6,8 @@ namespace corvy::tools {
 // search_commands.cpp
 int indexCommand(int argc, char** argv);
 int searchCommand(int argc, char** argv);
+// report_command.cpp
+int reportCommand(int argc, char** argv);
 // service_commands.cpp
 int serveCommand(int argc, char** argv);
 int statusCommand(int argc, char** argv);

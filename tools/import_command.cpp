@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <deque>
+#include <ranges>
 #include <string>
 #include <thread>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
+#include "tools/files.h"
 #include "tools/helper_access.h"
 #include "tools/import/file_importer.h"
 #include "tools/import/file_type.h"
@@ -40,7 +42,7 @@ struct ImportOptions {
     bool noMetadata = false;
     bool noTexts = false;
     bool noThumbnails = false;
-    bool resume = false;
+    ResumeOptions resume;
     bool quiet = false;
 };
 
@@ -82,16 +84,17 @@ public:
 private:
     std::optional<FoundFile> next() {
         while (auto file = walk_.next()) {
-            if (!options_.resume || !output_.has(*file)) return file;
+            if (!options_.resume.resume || !output_.has(*file)) return file;
             ++skipped_;
         }
         return std::nullopt;
     }
 
     std::optional<Finished> work(std::size_t thread, const Job& job) {
+        progress_.begin(job.file.path);
         FileImporter importer(helpers_[thread], options_.settings,
                               [&pool = pools_[thread]](const Bytes& tiff, const std::string& path) {
-                                  return writePicture(pool, tiff, path).empty();
+                                  return writePicture(pool, tiff, path, kThumbnailSide).empty();
                               });
         auto record = importer.import(job.file, output_.firstNumber() + job.number);
         if (!record) return std::nullopt;
@@ -120,7 +123,7 @@ private:
         std::uint64_t files = 0, bytes = 0;
         while (const auto file = walk.next()) {
             if (stop.stop_requested()) return;
-            if (options_.resume && output_.has(*file)) continue;
+            if (options_.resume.resume && output_.has(*file)) continue;
             ++files;
             bytes += file->size;
         }
@@ -167,15 +170,33 @@ private:
     std::uint64_t skipped_ = 0;
 };
 
+// Appends the lines of the lists. A message and false when one cannot be read.
+bool readLists(const std::vector<std::string>& lists, ImportOptions& options) {
+    for (const std::string& list : lists) {
+        const FileContents contents = readFile(list);
+        if (contents.error != 0) {
+            complain(list + ": " + reasonOf(contents.error));
+            return false;
+        }
+        for (const auto line : contents.bytes.chars() | std::views::split('\n')) {
+            if (!line.empty()) options.walk.listed.emplace_back(line.begin(), line.end());
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 int importCommand(int argc, char** argv) {
     ImportOptions options;
+    std::vector<std::string> lists;
     CLI::App app(
         "Turns files into records, one JSON object for each file, in the order of the "
         "files.",
         "corvystack import");
-    app.add_option("PATH", options.paths, "files, and folders whose files are meant")->required();
+    app.add_option("PATH", options.paths, "files, and folders whose files are meant");
+    app.add_option("--files-from", lists, "more of them, one a line; - is standard input")
+        ->type_name("LIST");
     app.add_option("--out", options.settings.outFolder,
                    "write DIR/records.jsonl, and texts and thumbnails to files in DIR")
         ->type_name("DIR");
@@ -195,19 +216,28 @@ int importCommand(int argc, char** argv) {
         ->check(CLI::PositiveNumber)
         ->type_name("S")
         ->capture_default_str();
-    app.add_flag("--resume", options.resume,
-                 "skip files whose record, with the same size and time,\nis there already")
-        ->needs("--out");
+    auto* resume = app.add_flag("--resume", options.resume.resume,
+                                "skip files whose record, with the same size and time,\nis there "
+                                "already")
+                       ->needs("--out");
+    app.add_flag("--retry-failed", options.resume.retryFailed,
+                 "with --resume: take up files whose record names a failure")
+        ->needs(resume);
     app.add_flag("--pretty", options.settings.pretty, "records on several lines")
         ->excludes("--out");
     app.add_flag("--quiet", options.quiet, "no progress and no summary; failures are still told");
     app.footer(
         "Names that begin with a dot are left out unless they are given, links to folders "
         "are not\nfollowed.\n\n"
-        "Exit status: 0 even when files in folders fail (their records name the error); "
+        "Exit status: 0 even when files in folders or lists fail (their records name the error); "
         "1 when a\nfile named here fails, or all do; 3 when no helper can be started; 130 "
         "when interrupted.");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    if (!readLists(lists, options)) return kFailed;
+    if (options.paths.empty() && lists.empty()) {
+        complain("nothing to import: name a PATH, or a list with --files-from");
+        return kUsage;
+    }
     options.settings.metadata = !options.noMetadata;
     options.settings.texts = !options.noTexts;
     options.settings.thumbnails = !options.noThumbnails;

@@ -25,6 +25,7 @@ using namespace corvy::tools;
 // In the order in which help shows them.
 constexpr Command kCommands[] = {
     {"import", "turn files and folders into records of text and properties", importCommand},
+    {"report", "records as a page to look at, in one file", reportCommand},
     {"index", "make records searchable", indexCommand},
     {"search", "find files by their text", searchCommand},
     {"pdf", "text and properties of a PDF document", pdfCommand},

@@ -29,20 +29,22 @@ const PictureName* nameOf(const std::string& path) {
     return found != std::end(kPictureNames) ? found : nullptr;
 }
 
-std::optional<Bytes> encoded(platform::WorkerPool& pool, const Bytes& tiff, const char16_t* type) {
+}  // namespace
+
+std::optional<Bytes> encodedPicture(platform::WorkerPool& pool, const Bytes& picture,
+                                    std::u16string_view type, std::int64_t longestSide) {
     platform::WorkerRequest request;
     request.family = image_exchange::kFamily;
     request.operation = image_exchange::kEncodePicture;
-    request.arguments.set(image_exchange::kPicture, tiff);
-    request.arguments.set(image_exchange::kType, type);
+    request.arguments.set(image_exchange::kPicture, picture);
+    request.arguments.set(image_exchange::kType, std::u16string(type));
+    if (longestSide > 0) request.arguments.set(image_exchange::kMaxSize, longestSide);
     const auto answer = pool.run(request);
     const Dictionary* result = answer ? answer->dictionary() : nullptr;
-    const PropertyList* picture = result ? result->find(image_exchange::kPicture) : nullptr;
-    if (picture == nullptr || picture->bytes() == nullptr) return std::nullopt;
-    return *picture->bytes();
+    const PropertyList* made = result ? result->find(image_exchange::kPicture) : nullptr;
+    if (made == nullptr || made->bytes() == nullptr) return std::nullopt;
+    return *made->bytes();
 }
-
-}  // namespace
 
 bool isPictureName(const std::string& path) {
     return nameOf(path) != nullptr;
@@ -54,11 +56,14 @@ const Bytes* pictureIn(const RemoteValue& answer) {
     return picture ? picture->bytes() : nullptr;
 }
 
-std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path) {
+std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path,
+                         std::int64_t longestSide) {
     const PictureName* name = nameOf(path);
     if (name == nullptr) return "the name has to end with " + std::string(kPictureExtensions);
     std::optional<Bytes> picture = tiff;
-    if (std::u16string_view(name->type) != u"tiff") picture = encoded(pool, tiff, name->type);
+    if (longestSide > 0 || std::u16string_view(name->type) != u"tiff") {
+        picture = encodedPicture(pool, tiff, name->type, longestSide);
+    }
     if (!picture) return "the picture could not be encoded";
     const int error = writeFile(path, picture->chars());
     return error == 0 ? "" : reasonOf(error);

@@ -1,6 +1,8 @@
 // Pictures of the helper's answers as files.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,8 +20,15 @@ bool isPictureName(const std::string& path);
 // The picture under "Thumbnail" in an answer, a TIFF file; null when there is none.
 const Bytes* pictureIn(const RemoteValue& answer);
 
-// Writes the picture, a TIFF file in memory, in the format that the path's extension names. PNG and
-// JPEG are made by a worker of the pool. Empty when it is written, else the reason.
-std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path);
+// The picture, a file of any format in memory, as "png", "jpg" or "tiff", made by a worker of the
+// pool. Its longer side has at most so many pixels; 0: as many as it has. None when it cannot be
+// read.
+std::optional<Bytes> encodedPicture(platform::WorkerPool& pool, const Bytes& picture,
+                                    std::u16string_view type, std::int64_t longestSide = 0);
+
+// Writes the picture, a TIFF file in memory, in the format that the path's extension names, as
+// above. Empty when it is written, else the reason.
+std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path,
+                         std::int64_t longestSide = 0);
 
 }  // namespace corvy::tools

@@ -124,18 +124,21 @@ int search(SearchOptions& options) {
 
 int indexCommand(int argc, char** argv) {
     CLI::App app(
-        "Makes the records of a folder that `corvystack import --out` has written searchable. "
+        "Makes the records of folders that `corvystack import --out` has written searchable. "
         "Only what\nhas changed since the last time is written.",
         "corvystack index");
-    std::string folder, database;
-    app.add_option("DIR", folder, "the folder with records.jsonl")
+    std::vector<std::string> folders;
+    std::string database;
+    app.add_option("DIR", folders, "the folders with records.jsonl")
         ->required()
         ->check(CLI::ExistingDirectory);
     app.add_option("--db", database, "the index; made when there is none")
         ->required()
         ->type_name("FILE");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
-    const IndexChanges changes = TextIndex(database, Access::write).update(folder);
+    TextIndex index(database, Access::write);
+    IndexChanges changes;
+    for (const std::string& folder : folders) changes += index.update(folder);
     std::fprintf(stderr,
                  "%" PRIu64 " added, %" PRIu64 " replaced, %" PRIu64 " removed, %" PRIu64
                  " unchanged\n",

@@ -11,7 +11,7 @@
 #include "importers/support/own_keys.h"
 #include "platform/image_metadata.h"
 #include "platform/image_signature.h"
-#include "platform/whole_file.h"
+#include "foundation/file_contents.h"
 
 namespace corvy {
 
@@ -163,7 +163,7 @@ void tellCaption(Attributes& attributes, const PictureFacts& facts) {
 
 bool importImage(CorvyAttributes* out, const char*, const char* path) {
     const std::u16string name = pathFromBytes(path);
-    const auto bytes = platform::bytesOfFile(name, {.mapped = true});
+    const auto bytes = contentsOfFile(name, {.mapped = true});
     if (!bytes) return false;
     const auto format = platform::imageFormatOf(bytes->span(), pathExtension(name));
     const ImageMetadata metadata = platform::imageMetadataOf(bytes->span(), format);

@@ -9,7 +9,7 @@
 #include "importers/support/deadline.h"
 #include "importers/support/text_list.h"
 #include "platform/pdf_document.h"
-#include "platform/whole_file.h"
+#include "foundation/file_contents.h"
 #include "platform/xmp_packet.h"
 
 namespace corvy {
@@ -85,7 +85,7 @@ std::optional<std::u16string> textOf(PdfDocument& document) {
 }
 
 bool importPdf(CorvyAttributes* out, const char*, const char* path) {
-    const auto bytes = platform::bytesOfFile(pathFromBytes(path), {.mapped = true});
+    const auto bytes = contentsOfFile(pathFromBytes(path), {.mapped = true});
     auto document = bytes ? PdfDocument::open(bytes->span()) : std::nullopt;
     if (!document) return false;
     Attributes attributes(out);

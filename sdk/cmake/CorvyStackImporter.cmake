@@ -7,6 +7,7 @@
 #     [FACTORY_UUID ...]                    made of the identifier
 #     [OUTPUT folder]                       where the bundle is built; the build folder
 #     [DESTINATION folder]                  where it is installed; share/corvystack/Spotlight
+#     [NO_INSTALL]                          it is built only
 #
 # Builds and installs the bundle NAME.mdimporter; the target is NAME. Installed with the prefix
 # ~/.local it lies in the user's Spotlight folder.
@@ -14,7 +15,7 @@
 set(_CORVYSTACK_INFO "${CMAKE_CURRENT_LIST_DIR}/Info.plist.in")
 
 function(corvystack_importer name)
-    cmake_parse_arguments(ARG "" "IDENTIFIER;FACTORY;FACTORY_UUID;OUTPUT;DESTINATION"
+    cmake_parse_arguments(ARG "NO_INSTALL" "IDENTIFIER;FACTORY;FACTORY_UUID;OUTPUT;DESTINATION"
         "TYPES;SOURCES;LINKS" ${ARGN})
     foreach(required IDENTIFIER TYPES SOURCES)
         if(NOT ARG_${required})
@@ -57,6 +58,9 @@ function(corvystack_importer name)
     set(info_factory_uuid "${ARG_FACTORY_UUID}")
     configure_file("${_CORVYSTACK_INFO}" "${ARG_OUTPUT}/${contents}/Info.plist" @ONLY)
 
+    if(ARG_NO_INSTALL)
+        return()
+    endif()
     install(TARGETS ${name} LIBRARY DESTINATION "${ARG_DESTINATION}/${contents}/Linux")
     install(FILES "${ARG_OUTPUT}/${contents}/Info.plist"
         DESTINATION "${ARG_DESTINATION}/${contents}")

@@ -17,7 +17,7 @@
 #include "platform/document_readers/spreadsheet.h"
 #include "platform/document_readers/word_binary.h"
 #include "platform/document_readers/word_documents.h"
-#include "platform/regular_file.h"
+#include "foundation/file_contents.h"
 
 namespace corvy::platform {
 
@@ -88,7 +88,7 @@ std::optional<TextInParts> textOfDocument(const std::string& path, const Tell& t
     if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
         return textOfRichDocument(readDocument(path, {}), {}, tell);
     }
-    const auto bytes = readRegularFile(path, kMaxDocumentFile);
+    const auto bytes = contentsOfFile(pathFromBytes(path), {.most = kMaxDocumentFile});
     if (!bytes) return std::nullopt;
     if (isCompoundFile(*bytes)) {
         const auto file = CompoundFile::open(*bytes);

@@ -55,7 +55,7 @@ inline constexpr const char* kThumbnail = "thumbnail";
 inline constexpr const char* kImage = "image";
 // {kPath} to {kPdf}.
 inline constexpr const char* kPdfOfFile = "pdfOfFile";
-// {kPicture, kType} to {kPicture}.
+// {kPicture, kType, kMaxSize where it is to be made smaller} to {kPicture}.
 inline constexpr const char* kEncodePicture = "encodePicture";
 
 inline constexpr const char16_t* kPath = u"Path";

@@ -116,7 +116,10 @@ std::optional<PropertyList> encodePicture(const Dictionary& arguments, platform:
     const auto type = bitmapFileType(stringOf(arguments, kType).value_or(u""));
     if (!type || picture == nullptr || picture->bytes() == nullptr) return std::nullopt;
     const auto source = ImageSource::create(*picture->bytes(), {});
-    auto raster = source ? source->picture(0) : std::nullopt;
+    if (!source) return std::nullopt;
+    const PropertyList* size = arguments.find(kMaxSize);
+    auto raster = source->thumbnail(
+        {.maxPixelSize = size ? size->integer().value_or(0) : 0, .fromImageAlways = true});
     if (!raster) return std::nullopt;
     const auto encoded = platform::encodedPicture(*std::move(raster), {.type = *type});
     if (!encoded) return std::nullopt;

@@ -253,6 +253,10 @@ TEST_F(HelperTest, OrdinaryToolsSpeakToTheSocket) {
     const std::string python = outputOf("/usr/bin/python3 " CORVY_EXAMPLES
                                         "/python_client.py " CORVY_EXAMPLES "/guide.pdf 2>&1");
     EXPECT_NE(python.find("PageCount: 3"), std::string::npos) << python;
+    if (outputOf("command -v node").empty()) GTEST_SKIP() << "no node";
+    const std::string node =
+        outputOf("node " CORVY_EXAMPLES "/node_client.mjs " CORVY_EXAMPLES "/guide.pdf 2>&1");
+    EXPECT_NE(node.find("PageCount: 3"), std::string::npos) << node;
 }
 
 TEST(Helper, AsksImportersForMetadata) {

@@ -100,11 +100,14 @@ TEST_F(ImageProcess, ReadsBundlesAndPostScript) {
 
 TEST_F(ImageProcess, EncodesPictures) {
     const auto thumbnail = convert(write("a.pgm", pnm(7, 5)), {.maxThumbnailSize = 9});
-    const auto encoded = [&](const PropertyList& picture, const char16_t* type) {
+    const auto encoded = [&](const PropertyList& picture, const char16_t* type,
+                             std::int64_t maxSize = 0) {
         platform::WorkerRequest request;
         request.family = image_exchange::kFamily;
         request.operation = image_exchange::kEncodePicture;
-        request.arguments = {{image_exchange::kPicture, picture}, {image_exchange::kType, type}};
+        request.arguments = {{image_exchange::kPicture, picture},
+                             {image_exchange::kType, type},
+                             {image_exchange::kMaxSize, maxSize}};
         return pool_.run(request);
     };
     struct Case {
@@ -118,6 +121,9 @@ TEST_F(ImageProcess, EncodesPictures) {
         ASSERT_TRUE(picture) << toUtf8(c.type);
         EXPECT_EQ(sizeOf(*picture->dictionary(), c.format), (platform::PixelSize{7, 5}));
     }
+    const auto smaller = encoded(*thumbnail->find(u"Thumbnail"), u"png", 4);
+    EXPECT_EQ(sizeOf(*smaller->dictionary(), platform::ImageFormat::png),
+              (platform::PixelSize{4, 3}));
     EXPECT_FALSE(encoded(*thumbnail->find(u"Thumbnail"), u"gif"));
     EXPECT_FALSE(encoded(Bytes::copyOf("text"), u"png"));
     EXPECT_FALSE(encoded(true, u"png"));

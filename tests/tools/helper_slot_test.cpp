@@ -34,7 +34,7 @@ RemoteValue number(std::int32_t value) {
 
 }  // namespace
 
-TEST(HelperSlot, ReplacesHelpersThatFailACall) {
+TEST(HelperSlot, TriesOnceMoreOnAFreshHelper) {
     using Kind = TransportError::Kind;
     for (const auto& [kind, error] :
          {std::pair{Kind::timeout, "timeout"}, std::pair{Kind::connectionLost, "helperDied"},
@@ -45,11 +45,18 @@ TEST(HelperSlot, ReplacesHelpersThatFailACall) {
         EXPECT_EQ(slot.call("a", {}).value, number(1));
         EXPECT_EQ(launcher.last->fake.timeout, 7);
         EXPECT_EQ(slot.call("a", {}).value, number(1));
-        launcher.last->fake.answer = [&, thrown = kind](const auto&) -> RemoteValue {
+        const auto fail = [thrown = kind](const auto&) -> RemoteValue {
             throw TransportError(thrown, "");
         };
-        EXPECT_EQ(slot.call("a", {}).error, error);
+        launcher.last->fake.answer = fail;
         EXPECT_EQ(slot.call("a", {}).value, number(2)) << error;
+
+        launcher.last->fake.answer = fail;
+        launcher.prepare = [&](FakeHelper& helper) { helper.fake.answer = fail; };
+        EXPECT_EQ(slot.call("a", {}).error, error);
+        EXPECT_EQ(launcher.launched, 3) << error;
+        launcher.prepare = [](FakeHelper&) {};
+        EXPECT_EQ(slot.call("a", {}).value, number(4)) << error;
         EXPECT_TRUE(slot.hasLaunched());
     }
 }

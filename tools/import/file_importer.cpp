@@ -38,7 +38,6 @@ constexpr std::uint64_t kLongestPdf = std::uint64_t{2} << 30;
 
 constexpr std::string_view kThumbnailOperation =
     "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:";
-constexpr std::int64_t kThumbnailSize = 256;  // pixels
 
 // By their names, feeds are often some other XML.
 bool isXml(std::string_view type) {
@@ -61,11 +60,6 @@ bool isBlank(std::u16string_view text) {
     return std::ranges::all_of(text, [](char16_t unit) {
         return unit <= u' ' || unit == u'\u00A0' || unit == u'\u2028' || unit == u'\u2029';
     });
-}
-
-void addTitle(std::u16string_view html, ImportRecord& record) {
-    std::u16string title = normalizedHtmlTitle(html);
-    if (!title.empty()) record.properties.set(u"Title", std::move(title));
 }
 
 // The first bytes of a file; empty when it cannot be read.
@@ -95,352 +89,346 @@ std::u16string plainTextOf(std::u16string text) {
     return text;
 }
 
-}  // namespace
+// One file on its way into its record.
+class FileImport {
+public:
+    FileImport(HelperSlot& helper, const ImportSettings& settings,
+               const PictureWriter& writePicture, const FoundFile& file, std::uint64_t number)
+        : helper_(helper),
+          settings_(settings),
+          writePicture_(writePicture),
+          file_(file),
+          number_(number) {}
 
-std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
-    const auto start = std::chrono::steady_clock::now();
-    ImportRecord record;
-    bool stopped = false;
-    try {
-        if (!examine(file, record)) {
-            // Nothing to read.
-        } else if (record.kind == "pdf") {
-            stopped = !importPdf(file, number, record);
-        } else if (record.kind == "image") {
-            stopped = !importImage(file, number, record);
-        } else if (record.kind == "feed" || (record.kind == "text" && isXml(record.type))) {
-            importXml(file, number, record);
-        } else if (record.kind == "text" && settings_.texts) {
-            importPlainText(file, number, record);
-        } else if (record.kind == "html") {
-            importHtml(file, number, record);
-        } else if (record.kind == "richtext") {
-            stopped = !importRichText(file, number, record);
-        } else if (record.kind == "webarchive") {
-            stopped = !importWebArchive(file, number, record);
-        } else if (record.kind == "movie" || record.kind == "sound") {
-            stopped = !importMovie(file, number, record);
-        }
-        if (!stopped && settings_.metadata) stopped = !addMetadata(file, number, record);
-    } catch (const std::bad_alloc&) {
-        record.error = "tooLarge";
+    // None when the helper was stopped.
+    std::optional<ImportRecord> run();
+
+private:
+    struct Kind {
+        std::string_view name;  // as in records
+        void (FileImport::*import)();
+    };
+    static const Kind kKinds[];
+
+    bool examine();
+    void importContents();
+
+    void importPdf();
+    void importImage();
+    void importMovie();
+    void importRichText();
+    void importWebArchive();
+    void importHtml();
+    void importXml();
+    void importText();
+    void addFeed(std::u16string_view feed);
+    void addMetadata();
+
+    std::optional<Dictionary> take(HelperSlot::Answer answer);
+    std::optional<Dictionary> ask(std::string_view selector, std::vector<RemoteValue> arguments) {
+        return take(helper_.call(selector, std::move(arguments)));
     }
-    if (stopped) return std::nullopt;
-    record.seconds =
+    PropertyList helpersPath() const;
+    std::optional<Dictionary> askForThumbnail();
+    std::optional<Bytes> contents(std::uint64_t longest);
+
+    // The first thing that goes wrong is the record's error.
+    void fail(std::string_view error) {
+        if (record_.error.empty()) record_.error = error;
+    }
+    bool wantsThumbnails() const { return settings_.thumbnails && !settings_.outFolder.empty(); }
+    std::string outPath(const std::string& name) const { return settings_.outFolder + "/" + name; }
+    void addTitle(std::u16string_view html);
+    void addText(std::u16string text);
+    void addRichText(const Bytes& rtfd);
+    void addThumbnail(const Dictionary& entries);
+
+    HelperSlot& helper_;
+    const ImportSettings& settings_;
+    const PictureWriter& writePicture_;
+    const FoundFile& file_;
+    const std::uint64_t number_;
+    ImportRecord record_;
+    bool stopped_ = false;
+};
+
+// Of kinds that are not here, records say what the file system and importers tell.
+constexpr FileImport::Kind FileImport::kKinds[] = {
+    {"feed", &FileImport::importXml},
+    {"html", &FileImport::importHtml},
+    {"image", &FileImport::importImage},
+    {"movie", &FileImport::importMovie},
+    {"pdf", &FileImport::importPdf},
+    {"richtext", &FileImport::importRichText},
+    {"sound", &FileImport::importMovie},
+    {"text", &FileImport::importText},
+    {"webarchive", &FileImport::importWebArchive},
+};
+
+std::optional<ImportRecord> FileImport::run() {
+    const auto start = std::chrono::steady_clock::now();
+    try {
+        if (examine()) importContents();
+        if (settings_.metadata) addMetadata();
+    } catch (const std::bad_alloc&) {
+        record_.error = "tooLarge";
+    }
+    if (stopped_) return std::nullopt;
+    record_.seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    return record;
+    return std::move(record_);
 }
 
 // Fills in what the file system tells. False when there is nothing to read.
-bool FileImporter::examine(const FoundFile& file, ImportRecord& record) {
-    record.path = file.path;
-    record.error = file.error;
-    if (file.error == "notFound") return false;
-    const FileType* named = typeForName(file.path);
-    if (file.isFolder) {
-        record.type = named ? named->identifier : kFolderType.identifier;
-        record.kind = named && file.error.empty() ? named->kind : kFolderType.kind;
-    } else if (named) {
-        record.type = named->identifier;
-        record.kind = named->kind;
+bool FileImport::examine() {
+    record_.path = file_.path;
+    record_.error = file_.error;
+    if (file_.error == "notFound") return false;
+    const FileType* named = typeForName(file_.path);
+    if (file_.isFolder) {
+        record_.type = named ? named->identifier : kFolderType.identifier;
+        record_.kind = named && file_.error.empty() ? named->kind : kFolderType.kind;
+    } else {
+        record_.type = named ? named->identifier : "";
+        record_.kind = named ? named->kind : kDataType.kind;
     }
-    if (file.modified.tv_sec != 0 || file.modified.tv_nsec != 0) record.modified = file.modified;
-    if (!file.isFolder && file.error != "specialFile") record.size = file.size;
-    if (const auto type = platform::contentTypeOfFile(pathFromBytes(file.path))) {
-        record.type = toUtf8(*type);
+    if (file_.modified.tv_sec != 0 || file_.modified.tv_nsec != 0) {
+        record_.modified = file_.modified;
     }
-    if (file.error.empty() && file.isFolder && record.kind == "richtext") return true;
-    if (!file.error.empty() || file.isFolder) {
-        if (record.kind.empty()) record.kind = kDataType.kind;
-        return false;
+    if (!file_.isFolder && file_.error != "specialFile") record_.size = file_.size;
+    if (const auto type = platform::contentTypeOfFile(pathFromBytes(file_.path))) {
+        record_.type = toUtf8(*type);
     }
-    if (::faccessat(AT_FDCWD, file.path.c_str(), R_OK, AT_EACCESS) != 0) {
-        record.error = "notReadable";
-    } else if (file.size == 0) {
-        record.error = "empty";
+    if (!file_.error.empty()) return false;
+    if (file_.isFolder) return record_.kind == "richtext";
+    if (::faccessat(AT_FDCWD, file_.path.c_str(), R_OK, AT_EACCESS) != 0) {
+        fail("notReadable");
+    } else if (file_.size == 0) {
+        fail("empty");
     } else if (!named) {
-        const std::string head = headOf(file.path);
-        const FileType type = typeForHead(std::as_bytes(std::span(head)));
-        record.kind = type.kind;
+        const std::string head = headOf(file_.path);
+        record_.kind = typeForHead(std::as_bytes(std::span(head))).kind;
     }
-    if (record.kind.empty()) {
-        record.kind = kDataType.kind;
-    }
-    return record.error.empty();
+    return record_.error.empty();
 }
 
-// False when the helper was stopped.
-bool FileImporter::importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    FileContents contents = readFile(file.path, {.longest = kLongestPdf, .regularOnly = true});
-    if (contents.error != 0) {
-        record.error = errorOfReading(contents.error);
-        return true;
-    }
-    const bool isPdf = hasPdfSignature(contents.bytes);
-    std::vector<RemoteValue> arguments{PropertyList(false), PropertyList(contents.bytes)};
-    HelperSlot::Answer answer = helper_.call("attributed:stringWithPDF:", std::move(arguments));
-    if (answer.stopped) return false;
-    record.error = answer.error;
-    if (!record.error.empty()) return true;
+void FileImport::importContents() {
+    const auto* kind = std::ranges::find(kKinds, record_.kind, &Kind::name);
+    if (kind != std::end(kKinds)) (this->*kind->import)();
+}
 
-    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
-    if (!entries) {
-        record.error = isPdf ? "damaged" : "notAPDF";
-        return true;
-    }
-    if (const PropertyList* pages = entries->find(u"PageCount")) record.pages = pages->integer();
+void FileImport::importPdf() {
+    const auto bytes = contents(kLongestPdf);
+    if (!bytes) return;
+    auto entries = ask("attributed:stringWithPDF:", {PropertyList(false), PropertyList(*bytes)});
+    if (!entries) return fail(hasPdfSignature(*bytes) ? "damaged" : "notAPDF");
+    if (const PropertyList* pages = entries->find(u"PageCount")) record_.pages = pages->integer();
     auto text = stringOf(*entries, u"String");
     if (entries->contains(u"Locked")) {
-        record.error = "locked";
+        fail("locked");
     } else if (settings_.texts) {
-        addText(text ? *std::move(text) : std::u16string(), number, record);
+        addText(text ? *std::move(text) : std::u16string());
     }
     for (const std::u16string_view key : kKnownKeys) entries->remove(key);
-    record.properties = std::move(*entries);
-    if (settings_.outFolder.empty() || !settings_.thumbnails) return true;
-    // A page that cannot be drawn is no fault of the record; a helper that it brings down is.
-    const HelperSlot::Answer picture = callForThumbnail(file);
-    if (record.error.empty()) record.error = picture.error;
-    const Dictionary* drawn = picture.value ? picture.value->dictionary() : nullptr;
-    const PropertyList* thumbnail = drawn ? drawn->find(u"Thumbnail") : nullptr;
-    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
-    return !picture.stopped;
+    record_.properties = *std::move(entries);
+    if (!wantsThumbnails()) return;
+    // A page that cannot be drawn is no fault of the document.
+    if (const auto drawn = askForThumbnail()) addThumbnail(*drawn);
 }
 
-HelperSlot::Answer FileImporter::callForThumbnail(const FoundFile& file) {
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(file.path).string();
-    return helper_.call(kThumbnailOperation,
-                        {PropertyList(pathFromBytes(path)), PropertyList(kThumbnailSize),
-                         PropertyList(false), PropertyList(false), PropertyList(false)});
-}
-
-// False when the helper was stopped.
-bool FileImporter::importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    HelperSlot::Answer answer = callForThumbnail(file);
-    if (answer.stopped) return false;
-    record.error = answer.error;
-    if (!record.error.empty()) return true;
-    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
-    if (entries == nullptr) {
-        record.error = "damaged";
-        return true;
-    }
-    const PropertyList* thumbnail = entries->find(u"Thumbnail");
-    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
+void FileImport::importImage() {
+    auto entries = askForThumbnail();
+    if (!entries) return fail("damaged");
+    addThumbnail(*entries);
     entries->remove(u"Thumbnail");
     // Those of pixels have their properties in a dictionary, drawings have their sizes beside.
     PropertyList* properties = entries->find(u"Properties");
-    record.properties = properties != nullptr && properties->dictionary() != nullptr
-                            ? std::move(*properties->dictionary())
-                            : std::move(*entries);
-    return true;
+    record_.properties = properties != nullptr && properties->dictionary() != nullptr
+                             ? std::move(*properties->dictionary())
+                             : *std::move(entries);
 }
 
-// False when the helper was stopped.
-bool FileImporter::importWebArchive(const FoundFile& file, std::uint64_t number,
-                                    ImportRecord& record) {
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(file.path).string();
-    HelperSlot::Answer answer =
-        helper_.call("searchableTextOfWebArchive:", {PropertyList(pathFromBytes(path))});
-    if (answer.stopped) return false;
-    record.error = answer.error;
-    if (!record.error.empty()) return true;
-
-    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
-    auto text = entries ? stringOf(*entries, u"String") : std::nullopt;
-    if (!text) {
-        record.error = "damaged";
-        return true;
-    }
-    if (settings_.texts) addText(*std::move(text), number, record);
-    addTitle(stringOf(*entries, u"Source").value_or(u""), record);
-    if (const PropertyList* url = entries->find(u"URL")) record.properties.set(u"URL", *url);
-    return true;
-}
-
-// False when the helper was stopped.
-bool FileImporter::importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(file.path).string();
-    HelperSlot::Answer answer =
-        helper_.call("posterImageForMovieWithFile:", {PropertyList(pathFromBytes(path))});
-    if (answer.stopped) return false;
-    record.error = answer.error;
-    if (!record.error.empty()) return true;
-
-    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+void FileImport::importMovie() {
+    const auto entries = ask("posterImageForMovieWithFile:", {helpersPath()});
     const PropertyList* duration = entries ? entries->find(u"Duration") : nullptr;
-    const PropertyList* thumbnail = entries ? entries->find(u"Thumbnail") : nullptr;
     const auto size = entries ? sizeFromString(stringOf(*entries, u"Size").value_or(u"")) : Size();
     const double seconds = duration ? duration->number().value_or(0) : 0;
     const bool hasSize = size && *size != Size();
     // What is no movie at all has nothing but zeros.
-    if (seconds == 0 && !hasSize && !thumbnail) record.error = "damaged";
-    if (seconds > 0) record.duration = static_cast<float>(seconds);
-    if (hasSize) record.properties.set(u"Size", sizeString(*size));
-    if (thumbnail && thumbnail->bytes()) addThumbnail(*thumbnail->bytes(), number, record);
-    return true;
-}
-
-void FileImporter::importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    const FileContents contents =
-        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
-    if (contents.error != 0) {
-        record.error = errorOfReading(contents.error);
-        return;
+    if (seconds == 0 && !hasSize && !(entries && entries->contains(u"Thumbnail"))) {
+        return fail("damaged");
     }
-    const auto feed = textOfSavedPage(contents.bytes);
-    if (feed && isFeed(*feed)) {
-        record.kind = "feed";
-        importFeed(*feed, number, record);
-    } else if (record.kind == "feed") {
-        record.error = "damaged";
-    } else if (settings_.texts) {
-        addText(platform::readPlainText(contents.bytes).text, number, record);
-    }
+    if (seconds > 0) record_.duration = static_cast<float>(seconds);
+    if (hasSize) record_.properties.set(u"Size", sizeString(*size));
+    addThumbnail(*entries);
 }
 
-void FileImporter::importFeed(std::u16string_view feed, std::uint64_t number,
-                              ImportRecord& record) {
-    const Array items = getItemsOfFeed(feed);
-    std::u16string title = titleOfFeed(feed);
-    if (!title.empty()) record.properties.set(u"Title", std::move(title));
-    record.properties.set(u"ItemCount", static_cast<std::int64_t>(items.size()));
-    if (!settings_.texts) return;
-    addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
-                                             {.reformat = true, .onlyBody = true}),
-            number, record);
-}
-
-// False when the helper was stopped.
-bool FileImporter::importRichText(const FoundFile& file, std::uint64_t number,
-                                  ImportRecord& record) {
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(file.path).string();
-    HelperSlot::Answer answer =
-        helper_.call("attributedStringWithContentsOfFile:", {PropertyList(pathFromBytes(path))});
-    if (answer.stopped) return false;
-    record.error = answer.error;
-    if (!record.error.empty()) return true;
-
-    const Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+void FileImport::importRichText() {
+    const auto entries = ask("attributedStringWithContentsOfFile:", {helpersPath()});
     const PropertyList* rtfd = entries ? entries->find(u"Rtfd") : nullptr;
-    if (!rtfd || !rtfd->bytes()) {
-        record.error = "damaged";
-        return true;
-    }
+    if (!rtfd || !rtfd->bytes()) return fail("damaged");
     const PropertyList* attributes = entries->find(u"DocumentAttributes");
-    if (attributes && attributes->dictionary()) record.properties = *attributes->dictionary();
+    if (attributes && attributes->dictionary()) record_.properties = *attributes->dictionary();
     if (settings_.texts) {
         const auto document = platform::documentOfRtfd(*rtfd->bytes());
-        addText(document ? plainTextOf(document->text.string()) : std::u16string(), number, record);
+        addText(document ? plainTextOf(document->text.string()) : std::u16string());
     }
-    if (settings_.rich) addRichText(*rtfd->bytes(), number, record);
-    return true;
+    if (settings_.rich) addRichText(*rtfd->bytes());
 }
 
-void FileImporter::addRichText(const Bytes& rtfd, std::uint64_t number, ImportRecord& record) {
-    const auto package = platform::folderOfFlatRtfd(rtfd);
-    const std::string name = numberedName("rich", number, "rtfd");
-    const std::string path = settings_.outFolder + "/" + name;
-    if (package && makeFolder(path) == 0 && platform::writePackage(path, *package) == 0) {
-        record.rich = name;
-    } else {
-        record.error = "notWritable";
-    }
+void FileImport::importWebArchive() {
+    const auto entries = ask("searchableTextOfWebArchive:", {helpersPath()});
+    auto text = entries ? stringOf(*entries, u"String") : std::nullopt;
+    if (!text) return fail("damaged");
+    if (settings_.texts) addText(*std::move(text));
+    addTitle(stringOf(*entries, u"Source").value_or(u""));
+    if (const PropertyList* url = entries->find(u"URL")) record_.properties.set(u"URL", *url);
 }
 
 // The text that is searched: of the body, as in web archives.
-void FileImporter::importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    const FileContents contents =
-        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
-    if (contents.error != 0) {
-        record.error = errorOfReading(contents.error);
+void FileImport::importHtml() {
+    const auto bytes = contents(kLongestPlainText);
+    if (!bytes) return;
+    const auto page = textOfSavedPage(*bytes);
+    if (page) addTitle(*page);
+    if (!settings_.texts) return;
+    if (!page) return fail("noText");
+    addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}));
+}
+
+void FileImport::importXml() {
+    const auto bytes = contents(kLongestPlainText);
+    if (!bytes) return;
+    const auto feed = textOfSavedPage(*bytes);
+    if (feed && isFeed(*feed)) {
+        record_.kind = "feed";
+        addFeed(*feed);
+    } else if (record_.kind == "feed") {
+        fail("damaged");
+    } else if (settings_.texts) {
+        addText(platform::readPlainText(*bytes).text);
+    }
+}
+
+void FileImport::importText() {
+    if (isXml(record_.type)) return importXml();
+    if (!settings_.texts) return;
+    if (const auto bytes = contents(kLongestPlainText)) {
+        addText(platform::readPlainText(*bytes).text);
+    }
+}
+
+void FileImport::addFeed(std::u16string_view feed) {
+    const Array items = getItemsOfFeed(feed);
+    std::u16string title = titleOfFeed(feed);
+    if (!title.empty()) record_.properties.set(u"Title", std::move(title));
+    record_.properties.set(u"ItemCount", static_cast<std::int64_t>(items.size()));
+    if (!settings_.texts) return;
+    addText(stringByConvertingHtml2PlainText(stringByConvertingItemsToSearchableHTML(items),
+                                             {.reformat = true, .onlyBody = true}));
+}
+
+// What an importer tells; its text where there is no other.
+void FileImport::addMetadata() {
+    if (stopped_ || !file_.error.empty() || record_.error == "notReadable" ||
+        record_.error == "empty" || isPassing(record_.error) || isHelperLost(record_.error)) {
         return;
     }
-    const auto page = textOfSavedPage(contents.bytes);
-    if (page) addTitle(*page, record);
-    if (!settings_.texts) return;
-    if (page) {
-        addText(stringByConvertingHtml2PlainText(*page, {.reformat = true, .onlyBody = true}),
-                number, record);
-    } else {
-        record.error = "noText";
-    }
-}
-
-void FileImporter::importPlainText(const FoundFile& file, std::uint64_t number,
-                                   ImportRecord& record) {
-    const FileContents contents =
-        readFile(file.path, {.longest = kLongestPlainText, .regularOnly = true});
-    if (contents.error != 0) {
-        record.error = errorOfReading(contents.error);
-    } else {
-        addText(platform::readPlainText(contents.bytes).text, number, record);
-    }
-}
-
-// What an importer tells; its text where there is no other. False when the helper was stopped.
-bool FileImporter::addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record) {
-    const bool isThere = file.error.empty() && record.error != "notReadable";
-    if (!isThere || record.error == "empty" || isPassing(record.error)) return true;
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(file.path).string();
-    HelperSlot::Answer answer =
-        helper_.call("metaDataForFile:", {PropertyList(pathFromBytes(path))});
-    if (answer.stopped) return false;
-    if (record.error.empty()) record.error = answer.error;
-    Dictionary* attributes = answer.value ? answer.value->dictionary() : nullptr;
-    if (!attributes) return true;
+    HelperSlot::Answer answer = helper_.call("metaDataForFile:", {helpersPath()});
+    // Where no helper comes up, or it refuses, there is only less to tell.
+    if (!isHelperLost(answer.error)) answer.error = {};
+    auto attributes = take(std::move(answer));
+    if (!attributes) return;
     auto text = stringOf(*attributes, u"kMDItemTextContent");
     attributes->remove(u"kMDItemTextContent");
-    record.metadata = std::move(*attributes);
-    if (settings_.texts && text && !isBlank(*text) && !record.text && record.error.empty()) {
-        addText(*std::move(text), number, record);
+    record_.metadata = *std::move(attributes);
+    if (settings_.texts && text && !isBlank(*text) && !record_.text && record_.error.empty()) {
+        addText(*std::move(text));
     }
-    return true;
 }
 
-void FileImporter::addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record) {
-    if (settings_.outFolder.empty() || !settings_.thumbnails) return;
-    RecordThumbnail entry{.file = numberedName("thumbnails", number, "png")};
-    const std::string path = settings_.outFolder + "/" + entry.file;
-    if (!writePicture_(tiff, path)) {
-        record.error = "notWritable";
-        return;
-    }
-    // Width and height stand first in every PNG.
-    constexpr std::size_t kSizes = 16;
-    const std::string head = headOf(path);
-    if (head.size() < kSizes + 8) return;
-    const auto bytes = std::as_bytes(std::span(head));
-    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
-    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
-    record.thumbnail = std::move(entry);
+// The dictionary that the helper answered with; none when there is none. A call that failed is the
+// record's error.
+std::optional<Dictionary> FileImport::take(HelperSlot::Answer answer) {
+    stopped_ = stopped_ || answer.stopped;
+    fail(answer.error);
+    Dictionary* entries = answer.value ? answer.value->dictionary() : nullptr;
+    return entries ? std::optional(std::move(*entries)) : std::nullopt;
 }
 
-void FileImporter::addText(std::u16string text, std::uint64_t number, ImportRecord& record) {
-    if (isBlank(text)) {
-        record.error = "noText";
-        return;
-    }
+// The helper opens the file itself, from another folder.
+PropertyList FileImport::helpersPath() const {
+    return PropertyList(pathFromBytes(std::filesystem::absolute(file_.path).string()));
+}
+
+std::optional<Dictionary> FileImport::askForThumbnail() {
+    return ask(kThumbnailOperation,
+               {helpersPath(), PropertyList(kThumbnailSide), PropertyList(false),
+                PropertyList(false), PropertyList(false)});
+}
+
+// None, and an error, when the file cannot be read.
+std::optional<Bytes> FileImport::contents(std::uint64_t longest) {
+    FileContents read = readFile(file_.path, {.longest = longest, .regularOnly = true});
+    if (read.error == 0) return std::move(read.bytes);
+    fail(errorOfReading(read.error));
+    return std::nullopt;
+}
+
+void FileImport::addTitle(std::u16string_view html) {
+    std::u16string title = normalizedHtmlTitle(html);
+    if (!title.empty()) record_.properties.set(u"Title", std::move(title));
+}
+
+void FileImport::addText(std::u16string text) {
+    if (isBlank(text)) return fail("noText");
     RecordText entry;
     entry.length = text.size();
     if (!settings_.outFolder.empty()) {
-        const std::string name = numberedName("text", number, "txt");
-        if (writeFile(settings_.outFolder + "/" + name, toUtf8(text)) == 0) {
+        const std::string name = numberedName("text", number_, "txt");
+        if (writeFile(outPath(name), toUtf8(text)) == 0) {
             entry.file = name;
         } else {
-            record.error = "notWritable";
+            fail("notWritable");
         }
     } else if (text.size() <= kLongestInlineText) {
         entry.string = std::move(text);
     } else {
-        record.error = "textTooLong";
+        fail("textTooLong");
     }
-    record.text = std::move(entry);
+    record_.text = std::move(entry);
+}
+
+void FileImport::addRichText(const Bytes& rtfd) {
+    const auto package = platform::folderOfFlatRtfd(rtfd);
+    const std::string name = numberedName("rich", number_, "rtfd");
+    if (package && makeFolder(outPath(name)) == 0 &&
+        platform::writePackage(outPath(name), *package) == 0) {
+        record_.rich = name;
+    } else {
+        fail("notWritable");
+    }
+}
+
+void FileImport::addThumbnail(const Dictionary& entries) {
+    const PropertyList* tiff = entries.find(u"Thumbnail");
+    if (!wantsThumbnails() || !tiff || !tiff->bytes()) return;
+    RecordThumbnail entry{.file = numberedName("thumbnails", number_, "png")};
+    if (!writePicture_(*tiff->bytes(), outPath(entry.file))) return fail("notWritable");
+    // Width and height stand first in every PNG.
+    constexpr std::size_t kSizes = 16;
+    const std::string head = headOf(outPath(entry.file));
+    if (head.size() < kSizes + 8) return;
+    const auto bytes = std::as_bytes(std::span(head));
+    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
+    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
+    record_.thumbnail = std::move(entry);
+}
+
+}  // namespace
+
+std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
+    return FileImport(helper_, settings_, writePicture_, file, number).run();
 }
 
 }  // namespace corvy::tools

@@ -23,11 +23,14 @@ struct ImportSettings {
     bool pretty = false;
 };
 
+// Of the longer side of a thumbnail, in pixels.
+inline constexpr std::int64_t kThumbnailSide = 256;
+
 // Longer texts stand in no record, in UTF-16 code units.
 inline constexpr std::size_t kLongestInlineText = std::size_t{16} << 20;
 
-// Writes a picture, a TIFF file in memory, in the format that the path's extension names. False
-// when that fails.
+// Writes a picture, a TIFF file in memory of any size, as a thumbnail, in the format that the
+// path's extension names. False when that fails.
 using PictureWriter = std::function<bool(const Bytes& tiff, const std::string& path)>;
 
 class FileImporter {
@@ -41,22 +44,6 @@ public:
     std::optional<ImportRecord> import(const FoundFile& file, std::uint64_t number);
 
 private:
-    bool examine(const FoundFile& file, ImportRecord& record);
-    bool importPdf(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    bool importImage(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    HelperSlot::Answer callForThumbnail(const FoundFile& file);
-    void importPlainText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    bool importWebArchive(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    bool importMovie(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    void importXml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    void importFeed(std::u16string_view feed, std::uint64_t number, ImportRecord& record);
-    bool addMetadata(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    bool importRichText(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    void importHtml(const FoundFile& file, std::uint64_t number, ImportRecord& record);
-    void addRichText(const Bytes& rtfd, std::uint64_t number, ImportRecord& record);
-    void addText(std::u16string text, std::uint64_t number, ImportRecord& record);
-    void addThumbnail(const Bytes& tiff, std::uint64_t number, ImportRecord& record);
-
     HelperSlot& helper_;
     ImportSettings settings_;
     PictureWriter writePicture_;

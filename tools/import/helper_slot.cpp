@@ -11,6 +11,8 @@ namespace {
 // A launch that fails may take seconds, so that not every file waits for one.
 constexpr int kMostFailures = 3;
 
+constexpr std::string_view kNoHelper = "noHelper";
+
 std::string_view errorOf(TransportError::Kind kind) {
     switch (kind) {
         case TransportError::Kind::timeout: return "timeout";
@@ -22,10 +24,24 @@ std::string_view errorOf(TransportError::Kind kind) {
 
 }  // namespace
 
+bool isHelperLost(std::string_view error) {
+    return error == "timeout" || error == "helperDied" || error == "badAnswer";
+}
+
 HelperSlot::HelperSlot(LaunchHelper launch, double timeout)
     : launch_(std::move(launch)), timeout_(timeout) {}
 
 HelperSlot::Answer HelperSlot::call(std::string_view selector, std::vector<RemoteValue> arguments) {
+    Answer answer = attempt(selector, arguments);
+    if (answer.stopped || !isHelperLost(answer.error)) return answer;
+    Answer second = attempt(selector, std::move(arguments));
+    // Without a second helper it stays at what the first one met.
+    if (second.error == kNoHelper) second.error = answer.error;
+    return second;
+}
+
+HelperSlot::Answer HelperSlot::attempt(std::string_view selector,
+                                       std::vector<RemoteValue> arguments) {
     Answer answer;
     if (OwnedHelper* helper = runningHelper()) {
         try {
@@ -37,7 +53,7 @@ HelperSlot::Answer HelperSlot::call(std::string_view selector, std::vector<Remot
             answer.error = "failed";
         }
     } else {
-        answer.error = "noHelper";
+        answer.error = kNoHelper;
     }
     const std::scoped_lock lock(mutex_);
     answer.stopped = stopped_;

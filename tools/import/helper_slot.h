@@ -1,4 +1,5 @@
-// A place for one private helper, which is replaced when it dies or takes too long.
+// A place for one private helper, which is replaced when it dies or takes too long. What it was at
+// is then tried once more.
 #pragma once
 
 #include <functional>
@@ -25,6 +26,9 @@ public:
 // Null when no helper comes up.
 using LaunchHelper = std::function<std::unique_ptr<OwnedHelper>()>;
 
+// Whether the error of a call says that it cost its helper.
+bool isHelperLost(std::string_view error);
+
 class HelperSlot {
 public:
     // `timeout` in seconds, for each call.
@@ -36,7 +40,8 @@ public:
         bool stopped = false;
     };
     // Launches a helper when there is none that runs. A helper that died while it was idle is
-    // replaced without a word; one that fails the call is ended, and the next call gets another.
+    // replaced without a word. One that fails the call is ended, and a fresh one, which has served
+    // nothing before, is asked again: what ends both is the call's own fault.
     Answer call(std::string_view selector, std::vector<RemoteValue> arguments);
 
     // From any thread: ends the helper, and every call from now on.
@@ -45,6 +50,7 @@ public:
     bool hasLaunched() const { return launched_; }
 
 private:
+    Answer attempt(std::string_view selector, std::vector<RemoteValue> arguments);
     OwnedHelper* runningHelper();
     void drop();
 

@@ -64,6 +64,23 @@ std::string shownPath(std::string_view path) {
     return text;
 }
 
+// The last component of the path, so that it has a place on the line.
+std::string shownName(std::string_view path) {
+    while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
+    return shownPath(path.substr(path.rfind('/') + 1));
+}
+
+// Cut to so many characters, which a terminal shows in at least as many columns.
+std::string_view cutTo(std::string_view text, std::size_t characters) {
+    std::size_t end = 0;
+    while (end < text.size()) {
+        const bool starts = (static_cast<unsigned char>(text[end]) & 0xC0) != 0x80;
+        if (starts && characters-- == 0) break;
+        ++end;
+    }
+    return text.substr(0, end);
+}
+
 }  // namespace
 
 std::string amountText(double bytes) {
@@ -79,6 +96,11 @@ Progress::Progress(bool onTerminal)
 void Progress::expect(std::uint64_t files, std::uint64_t bytes) {
     expectedBytes_ = bytes;
     expectedFiles_ = files;
+}
+
+void Progress::begin(const std::string& path) {
+    const std::scoped_lock lock(currentMutex_);
+    current_ = path;
 }
 
 void Progress::add(const Finished& file) {
@@ -119,7 +141,7 @@ double Progress::seconds() const {
     return std::max(1e-3, std::chrono::duration<double>(steady_clock::now() - start_).count());
 }
 
-std::string Progress::barLine() const {
+std::string Progress::barLine() {
     const double passed = seconds();
     const std::uint64_t worked = worked_, expected = expectedFiles_;
     const auto files = static_cast<double>(worked), bytes = static_cast<double>(workedBytes_);
@@ -144,13 +166,14 @@ std::string Progress::barLine() const {
     }
     line += ", " + amountText(bytes) + ", " + rateText(files, bytes, passed);
     if (failures_ > 0) line += ", " + countText(failures_, "failure");
-    return line;
+    const std::scoped_lock lock(currentMutex_);
+    return line + "  " + shownName(current_);
 }
 
 // Replaces the bar by the line.
 void Progress::show(std::string_view line) {
     const auto width = static_cast<std::size_t>(terminalWidth() - 1);
-    const std::string text = "\r" + std::string(line.substr(0, width)) + "\x1B[K";
+    const std::string text = "\r" + std::string(cutTo(line, width)) + "\x1B[K";
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 

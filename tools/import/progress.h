@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,8 @@ public:
     // Files and bytes to come, as far as they are counted; from any thread.
     void expect(std::uint64_t files, std::uint64_t bytes);
 
+    // Work on a file begins; from any thread.
+    void begin(const std::string& path);
     // Work on a file is done, though its record may have to wait for others; from any thread.
     void addWork(std::uint64_t bytes) {
         worked_ += 1;
@@ -45,7 +48,7 @@ public:
 
 private:
     double seconds() const;
-    std::string barLine() const;
+    std::string barLine();
     void show(std::string_view line);
 
     bool onTerminal_;
@@ -57,6 +60,8 @@ private:
     std::uint64_t failures_ = 0;
     bool givenFailed_ = false;
     std::map<std::string_view, std::uint64_t> errors_;
+    std::mutex currentMutex_;
+    std::string current_;                    // the file that was begun last
     std::atomic<std::uint64_t> worked_ = 0;  // files
     std::atomic<std::uint64_t> workedBytes_ = 0;
     std::atomic<std::uint64_t> expectedFiles_ = 0;

@@ -40,14 +40,14 @@ std::uint64_t numberOfFile(std::u16string_view name) {
 
 }  // namespace
 
-RecordOutput::RecordOutput(std::string folder, bool resume) {
+RecordOutput::RecordOutput(std::string folder, const ResumeOptions& options) : options_(options) {
     if (folder.empty()) return;
     for (const char* inside : {"/text", "/thumbnails"}) {
         if (const int error = makeFolder(folder + inside)) fail(folder, error);
     }
     path_ = std::move(folder) + "/records.jsonl";
-    if (resume) readEarlier();
-    file_ = std::fopen(path_.c_str(), resume ? "ae" : "we");
+    if (options.resume) readEarlier();
+    file_ = std::fopen(path_.c_str(), options.resume ? "ae" : "we");
     if (!file_) fail(path_, errno);
 }
 
@@ -76,8 +76,8 @@ void RecordOutput::note(std::string_view line) {
     const auto path = bytesOfPath(stringOf(*record, u"path").value_or(u""));
     if (!path) return;
     const PropertyList* size = record->find(u"size");
-    const auto error = stringOf(*record, u"error").value_or(u"");
-    if (isPassing(toUtf8(error))) {
+    const std::string error = toUtf8(stringOf(*record, u"error").value_or(u""));
+    if (isPassing(error) || (options_.retryFailed && !error.empty() && !isRemark(error))) {
         earlier_.erase(*path);
     } else {
         earlier_[*path] = stateOf(size ? size->integer() : std::nullopt,

@@ -12,12 +12,17 @@
 
 namespace corvy::tools {
 
+// What becomes of records that are there already.
+struct ResumeOptions {
+    bool resume = false;       // they stay, but for a last one that was cut off; else they go
+    bool retryFailed = false;  // those that name a failure do not count
+};
+
 class RecordOutput {
 public:
     // To standard output when the folder is empty. Throws std::runtime_error, with the reason for
     // a person, when the folder or the file in it cannot be made or read.
-    // With `resume` the records that are there stay, but for a last one that was cut off.
-    RecordOutput(std::string folder, bool resume);
+    RecordOutput(std::string folder, const ResumeOptions& options);
     ~RecordOutput();
     RecordOutput(const RecordOutput&) = delete;
     RecordOutput& operator=(const RecordOutput&) = delete;
@@ -41,6 +46,7 @@ private:
     void readEarlier();
     void note(std::string_view line);
 
+    ResumeOptions options_;
     std::string path_;
     std::FILE* file_ = stdout;
     std::uint64_t lines_ = 0;  // of the earlier run

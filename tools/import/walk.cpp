@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <iterator>
 #include <memory>
+#include <ranges>
 #include <utility>
 
 namespace corvy::tools {
@@ -39,9 +41,10 @@ std::optional<std::vector<std::string>> namesInFolder(const std::string& path) {
 
 }  // namespace
 
-Walk::Walk(std::vector<std::string> paths, const WalkOptions& options)
-    : given_(std::move(paths)), options_(options) {
-    std::reverse(given_.begin(), given_.end());
+Walk::Walk(std::vector<std::string> paths, WalkOptions options)
+    : given_(std::move(options.listed)), listed_(given_.size()), options_(std::move(options)) {
+    std::ranges::reverse(given_);
+    std::ranges::move(paths | std::views::reverse, std::back_inserter(given_));
 }
 
 std::optional<FoundFile> Walk::next() {
@@ -52,6 +55,7 @@ std::optional<FoundFile> Walk::next() {
             given_.pop_back();
             const std::string name(nameOf(path));
             found = take(std::move(path), name, true);
+            if (found) found->given = given_.size() >= listed_;
         } else if (Folder& folder = open_.back(); folder.names.empty()) {
             open_.pop_back();
         } else {

@@ -17,7 +17,7 @@ namespace corvy::tools {
 
 struct FoundFile {
     std::string path = {};   // as given, or the folder's path and the name; bytes
-    bool given = false;      // named by the caller, not met in a folder
+    bool given = false;      // named by the caller, not met in a folder or a list
     bool isFolder = false;   // a package, or a folder that could not be read
     std::uint64_t size = 0;  // bytes; of files only
     timespec modified = {};
@@ -30,11 +30,13 @@ struct WalkOptions {
     bool recursive = false;  // folders inside folders as well
     // Whether a folder of this name is one document.
     bool (*isPackage)(std::string_view name) = nullptr;
+    // Paths that follow those that the caller names, such as the lines of a list.
+    std::vector<std::string> listed = {};
 };
 
 class Walk {
 public:
-    Walk(std::vector<std::string> paths, const WalkOptions& options);
+    Walk(std::vector<std::string> paths, WalkOptions options);
 
     // The next file; none at the end. Memory is bounded by the names in the folders from the given
     // one down to the present one.
@@ -51,7 +53,8 @@ private:
     std::optional<FoundFile> take(std::string path, std::string_view name, bool given);
     std::optional<FoundFile> enter(FoundFile folder);
 
-    std::vector<std::string> given_;  // backwards
+    std::vector<std::string> given_;  // backwards, those of a list in front
+    std::size_t listed_;              // how many of them are of a list
     std::vector<Folder> open_;
     WalkOptions options_;
     std::uint64_t foldersLeftOut_ = 0;

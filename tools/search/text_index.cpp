@@ -7,7 +7,7 @@
 #include "foundation/json.h"
 #include "foundation/text.h"
 #include "tools/files.h"
-#include "tools/import/record_lines.h"
+#include "tools/import/record_folder.h"
 
 namespace corvy::tools {
 
@@ -43,19 +43,6 @@ std::int64_t pragma(Database& database, const char* name) {
     return statement.step() ? statement.integer(0) : 0;
 }
 
-// The attribute of the record's metadata or properties, empty when it is no string.
-std::u16string attribute(const Dictionary& record, std::u16string_view group,
-                         std::u16string_view key) {
-    const PropertyList* entry = record.find(group);
-    const Dictionary* attributes = entry ? entry->dictionary() : nullptr;
-    return attributes ? stringOf(*attributes, key).value_or(u"") : std::u16string();
-}
-
-std::u16string titleOf(const Dictionary& record) {
-    std::u16string title = attribute(record, u"metadata", u"kMDItemTitle");
-    return title.empty() ? attribute(record, u"properties", u"Title") : title;
-}
-
 // What a record says of its file and its contents; how long the import took and how it numbered
 // its files does not count.
 std::string stateOf(Dictionary record) {
@@ -82,18 +69,6 @@ std::vector<SnippetPart> partsOf(std::u16string_view snippet) {
     return parts;
 }
 
-void forEachRecord(const std::string& file, auto&& visit) {
-    RecordLines lines(file);
-    std::uint64_t number = 0;
-    while (const auto line = lines.next()) {
-        ++number;
-        const auto json = propertyListOfJson(*line);
-        const Dictionary* record = json ? json->dictionary() : nullptr;
-        auto path = record ? bytesOfPath(stringOf(*record, u"path").value_or(u"")) : std::nullopt;
-        if (path && !path->empty()) visit(number, *std::move(path), *record);
-    }
-}
-
 // The records of one folder on their way into the database.
 class FolderUpdate {
 public:
@@ -115,17 +90,8 @@ public:
     }
 
     IndexChanges run() {
-        const std::string file = folder_ + "/records.jsonl";
-        // Twice through the file, rather than all records at once in memory.
-        std::unordered_map<std::string, std::uint64_t> last;  // line of a path's last record
-        forEachRecord(file, [&](std::uint64_t line, std::string path, const Dictionary&) {
-            last[std::move(path)] = line;
-        });
-        forEachRecord(file, [&](std::uint64_t line, const std::string& path,
-                                const Dictionary& record) {
-            if (const auto found = last.find(path); found != last.end() && found->second == line) {
-                update(path, record);
-            }
+        forEachRecord(folder_, [this](const std::string& path, const Dictionary& record) {
+            update(path, record);
         });
         for (const auto& [path, stale] : known_) {
             remove(stale.id);
@@ -175,8 +141,7 @@ private:
     }
 
     void bindBody(const Dictionary& record) {
-        const PropertyList* entry = record.find(u"text");
-        const Dictionary* text = entry ? entry->dictionary() : nullptr;
+        const Dictionary* text = partOf(record, u"text");
         const auto file = text ? stringOf(*text, u"file") : std::nullopt;
         if (file) {
             const FileContents contents =

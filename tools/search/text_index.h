@@ -21,6 +21,15 @@ struct IndexChanges {
     std::uint64_t removed = 0;
     std::uint64_t unchanged = 0;
     std::uint64_t textless = 0;  // records among them whose text file could not be read
+
+    IndexChanges& operator+=(const IndexChanges& other) {
+        added += other.added;
+        replaced += other.replaced;
+        removed += other.removed;
+        unchanged += other.unchanged;
+        textless += other.textless;
+        return *this;
+    }
 };
 
 // What is looked for, and among which files.
