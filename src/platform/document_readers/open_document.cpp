@@ -60,9 +60,27 @@ DocumentFacts readMeta(Node meta) {
     return facts;
 }
 
-// Of the first kind of page.
-void readPage(Node part, Dictionary& attributes) {
-    const Node page = part.child("office:master-styles").child("style:master-page");
+// The name of the page that the text asks for where it begins.
+std::optional<std::string_view> firstPageName(Node body, const OpenDocumentStyles& styles) {
+    for (const Node node : body.children()) {
+        const std::string_view name = node.name();
+        const bool isTable = name == "table:table";
+        if (!isTable && name != "text:p" && name != "text:h") continue;
+        const auto style =
+            attributeOf(node, isTable ? "table:style-name" : "text:style-name").value_or("");
+        return attributeOf(styles.node(isTable ? "table" : "paragraph", style),
+                           "style:master-page-name");
+    }
+    return std::nullopt;
+}
+
+// Of the page with that name, or else of the first kind of page.
+void readPage(Node part, std::optional<std::string_view> pageName, Dictionary& attributes) {
+    const Node pages = part.child("office:master-styles");
+    Node page = pages.child("style:master-page");
+    for (const Node named : pages.children("style:master-page")) {
+        if (pageName && attributeOf(named, "style:name") == pageName) page = named;
+    }
     const auto layout = attributeOf(page, "style:page-layout-name");
     Node properties;
     for (const Node node : part.child("office:automatic-styles").children("style:page-layout")) {
@@ -98,7 +116,7 @@ std::optional<RichDocument> documentOfParts(Node content, Node styleSheet, Node 
     RichDocument document;
     document.attributes.set(attribute::kType, document_type::kOpenDocument);
     document.text = textOfOpenDocument(body, styles, picture);
-    readPage(styleSheet, document.attributes);
+    readPage(styleSheet, firstPageName(body, styles), document.attributes);
     document.attributes.addEntries(readMeta(meta.child("office:meta")).attributes);
     return document;
 }
