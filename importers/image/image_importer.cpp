@@ -18,7 +18,6 @@ namespace corvy {
 namespace {
 
 using platform::ImageMetadata;
-using platform::PixelSize;
 
 void tellPicture(Attributes& attributes, const ImageMetadata& metadata, const PictureFacts& facts) {
     if (const auto size = metadata.size) {

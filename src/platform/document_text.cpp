@@ -27,15 +27,15 @@ using namespace std::string_view_literals;
 using Tell = std::function<void(const DocumentFacts&)>;
 
 // Without what stands for files in the text.
-TextInParts plainText(RichDocument document) {
+TextInParts plainText(const RichDocument& document) {
     std::u16string text = document.text.string();
     std::erase(text, kAttachmentCharacter);
     std::ranges::replace(text, kLineBreak, u'\n');
     return {std::move(text), 0};
 }
 
-std::optional<TextInParts> plainText(std::optional<RichDocument> document) {
-    return document ? std::optional(plainText(*std::move(document))) : std::nullopt;
+std::optional<TextInParts> plainText(const std::optional<RichDocument>& document) {
+    return document ? std::optional(plainText(*document)) : std::nullopt;
 }
 
 std::optional<TextInParts> textOfArchive(ZipArchive& archive, const Tell& tell) {
@@ -78,7 +78,7 @@ std::optional<TextInParts> textOfRichDocument(std::optional<RichDocument> docume
                                               std::string_view head, const Tell& tell) {
     if (!document) return std::nullopt;
     tell(factsOfRtf(head, std::move(document->attributes)));
-    return plainText(*std::move(document));
+    return plainText(*document);
 }
 
 }  // namespace

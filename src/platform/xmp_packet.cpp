@@ -1,8 +1,5 @@
 #include "platform/xmp_packet.h"
 
-#include <algorithm>
-#include <utility>
-
 #include "foundation/text.h"
 #include "platform/document_readers/xml_part.h"
 
@@ -37,9 +34,9 @@ std::vector<std::u16string> valuesOf(Node property) {
 
 XmpPacket::XmpPacket(std::span<const std::byte> bytes) {
     if (bytes.size() > kMostXmpBytes) return;
-    const auto add = [this](const char* name, std::vector<std::u16string> values) {
+    const auto add = [this](const char* name, const std::vector<std::u16string>& values) {
         if (values.empty() || properties_.size() == kMostXmpProperties) return;
-        properties_.try_emplace(name, std::move(values));
+        properties_.try_emplace(name, values);
     };
     const pugi::xml_document packet = parseXml(bytes);
     for (const Node description : descendant(packet, "rdf:RDF").children("rdf:Description")) {
