@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     typeOfCompoundDirectory(head);
     if (const auto found = signatureOf(head)) {
         require(allowsType(*found, found->type));
-        require(conformsTo(found->type, u"public.data"));
+        require(conformsTo(found->type, u"public.data") ||
+                conformsTo(found->type, u"public.message"));
     }
     const std::u16string text = fromUtf8({reinterpret_cast<const char*>(data), size});
     conformsTo(text, u"public.data");

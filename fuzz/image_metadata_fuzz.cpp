@@ -32,6 +32,7 @@ void check(std::span<const std::byte> bytes, ImageFormat format) {
     require(metadata.orientation >= 1 && metadata.orientation <= 8);
     require(!metadata.size || (metadata.size->width > 0 && metadata.size->height > 0));
     require(metadata.embedded.size() <= 64);
+    require(metadata.xmpPacket.size() <= kMostPacketBytes);
     for (const EmbeddedImage& image : metadata.embedded) {
         require(image.offset <= bytes.size() && image.length <= bytes.size() - image.offset);
         const bool isJpeg = image.kind == EmbeddedImage::Kind::jpeg;

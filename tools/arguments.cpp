@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "tools/manual.h"
+#include "tools/picture_file.h"
 
 namespace corvy::tools {
 
@@ -30,6 +31,23 @@ public:
 };
 
 }  // namespace
+
+void addPictureOut(CLI::App& app, std::string& path) {
+    app.add_option("-o,--out", path,
+                   "picture to write: the name ends with " + std::string(kPictureExtensions))
+        ->required()
+        ->type_name("OUT")
+        ->check([](const std::string& name) {
+            return isPictureName(name) ? std::string() : "not a picture's name: " + name;
+        });
+}
+
+void addTimeout(CLI::App& app, double& timeout) {
+    app.add_option("--timeout", timeout, "seconds to wait for the helper")
+        ->check(CLI::PositiveNumber)
+        ->type_name("S")
+        ->capture_default_str();
+}
 
 Parsed parseArguments(CLI::App& app, int argc, char** argv) {
     const auto formatter = std::make_shared<PlainFormatter>();

@@ -1,6 +1,8 @@
 // How commands read their arguments.
 #pragma once
 
+#include <string>
+
 #include "tools/command.h"
 
 namespace CLI {
@@ -15,5 +17,11 @@ struct Parsed {
 };
 // Help goes to standard output, faults to standard error.
 Parsed parseArguments(CLI::App& app, int argc, char** argv);
+
+// The picture to write, by a name that says its format.
+void addPictureOut(CLI::App& app, std::string& path);
+
+// --timeout, in seconds.
+void addTimeout(CLI::App& app, double& timeout);
 
 }  // namespace corvy::tools

@@ -15,6 +15,11 @@ void print(std::string_view text) {
     std::fwrite(text.data(), 1, text.size(), stdout);
 }
 
+int failWith(const std::string& file, std::string_view reason) {
+    complain(file + ": " + std::string(reason));
+    return kFailed;
+}
+
 std::string reasonOf(int errorNumber) {
     return std::generic_category().message(errorNumber);
 }

@@ -28,6 +28,9 @@ void complain(std::string_view message);
 // Writes to standard output, without a line feed of its own.
 void print(std::string_view text);
 
+// Complains of the file; gives kFailed.
+int failWith(const std::string& file, std::string_view reason);
+
 // The text of an error number, such as "No such file or directory".
 std::string reasonOf(int errorNumber);
 

@@ -12,7 +12,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 #include "platform/sealed_memory.h"
 
 namespace corvy::tools {
@@ -37,7 +37,7 @@ FileContents readToEnd(int fd, std::uint64_t sizeHint, std::uint64_t longest) {
 
 // Copies the file inside the kernel; what a file loses or gains meanwhile does not matter.
 FileContents readSealed(int fd, std::uint64_t longest) {
-    platform::Descriptor memory(::memfd_create("corvystack-file", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    Descriptor memory(::memfd_create("corvystack-file", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     if (memory.get() < 0) return {{}, errno};
     std::uint64_t length = 0;
     while (true) {
@@ -61,7 +61,7 @@ FileContents readSealed(int fd, std::uint64_t longest) {
 
 FileContents readFile(const std::string& path, const ReadOptions& options) {
     if (path == "-" && !options.regularOnly) return readToEnd(STDIN_FILENO, 65536, options.longest);
-    const platform::Descriptor file(
+    const Descriptor file(
         ::open(path.c_str(), O_RDONLY | O_CLOEXEC | (options.regularOnly ? O_NONBLOCK : 0)));
     if (file.get() < 0) return {{}, errno};
     struct stat status {};
@@ -75,7 +75,7 @@ FileContents readFile(const std::string& path, const ReadOptions& options) {
 }
 
 int errorOfOpening(const std::string& path) {
-    const platform::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status {};
     if (file.get() < 0 || ::fstat(file.get(), &status) != 0) return errno;
     if (S_ISREG(status.st_mode)) return 0;
@@ -83,7 +83,7 @@ int errorOfOpening(const std::string& path) {
 }
 
 int writeFile(const std::string& path, std::string_view contents) {
-    platform::Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    Descriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (file.get() < 0) return errno;
     while (!contents.empty()) {
         const ssize_t count = ::write(file.get(), contents.data(), contents.size());

@@ -7,6 +7,7 @@
 
 #include "client/helper_connection.h"
 #include "client/im_export.h"
+#include "foundation/text.h"
 #include "platform/messaging.h"
 #include "tools/interrupt.h"
 
@@ -56,6 +57,10 @@ HelperAccess::HelperAccess(Launching launching, double timeout) {
 
 HelperAccess::~HelperAccess() {
     killOnInterrupt(0);
+}
+
+PropertyList pathForHelper(const std::string& file) {
+    return pathFromBytes(std::filesystem::absolute(file).native());
 }
 
 std::unique_ptr<OwnedHelper> launchOwnedHelper() {

@@ -42,6 +42,9 @@ private:
     RootProxy* proxy_ = nullptr;
 };
 
+// A file as an argument: the helper opens it itself, from another folder.
+PropertyList pathForHelper(const std::string& file);
+
 // A private helper; null when it does not come up, or Ctrl-C comes first.
 std::unique_ptr<OwnedHelper> launchOwnedHelper();
 

@@ -28,16 +28,6 @@ struct MetadataOptions {
     bool type = false;
 };
 
-int failWith(const std::string& file, std::string_view reason) {
-    complain(file + ": " + std::string(reason));
-    return kFailed;
-}
-
-// The helper works in another folder.
-PropertyList pathForHelper(const std::string& file) {
-    return pathFromBytes(std::filesystem::absolute(file).string());
-}
-
 int printType(const std::string& file) {
     const auto type = platform::contentTypeOfFile(pathFromBytes(file));
     if (!type) return failWith(file, "not a file or folder");

@@ -1,8 +1,6 @@
 // corvystack pdf: text and properties of one PDF document, or one made of an image file.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,11 +33,6 @@ struct PdfOptions {
     bool json = false;
     bool pretty = false;
 };
-
-int failWith(const std::string& file, std::string_view reason) {
-    complain(file + ": " + std::string(reason));
-    return kFailed;
-}
 
 // The answer for the file; none, after a message, when it is no PDF or cannot be read.
 std::optional<Dictionary> convert(const PdfOptions& options, bool attributed) {
@@ -99,10 +92,8 @@ int pdfFromImage(const PdfOptions& options) {
         return failWith(options.file, reasonOf(error));
     }
     HelperAccess helper(Launching::ifNeeded, options.timeout);
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(options.file).string();
     const RemoteValue answer =
-        helper.proxy().call("PDFImageRepOfFile:", {PropertyList(pathFromBytes(path))});
+        helper.proxy().call("PDFImageRepOfFile:", {pathForHelper(options.file)});
     const Bytes* pdf = answer ? answer->bytes() : nullptr;
     if (pdf == nullptr) return failWith(options.file, "is no PDF, nor can it be made one");
     const int error = writeFile(options.out, pdf->chars());
@@ -131,10 +122,7 @@ int pdfCommand(int argc, char** argv) {
         command->add_option("FILE", options.file, "the document; - for standard input")->required();
     }
     for (CLI::App* command : {text, info, fromImage}) {
-        command->add_option("--timeout", options.timeout, "seconds to wait for the helper")
-            ->check(CLI::PositiveNumber)
-            ->type_name("S")
-            ->capture_default_str();
+        addTimeout(*command, options.timeout);
     }
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     if (fromImage->parsed()) return pdfFromImage(options);

@@ -50,6 +50,12 @@ bool isPictureName(const std::string& path) {
     return nameOf(path) != nullptr;
 }
 
+const Bytes* pictureIn(const RemoteValue& answer) {
+    const Dictionary* entries = answer ? answer->dictionary() : nullptr;
+    const PropertyList* picture = entries ? entries->find(u"Thumbnail") : nullptr;
+    return picture ? picture->bytes() : nullptr;
+}
+
 std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path,
                          std::int64_t longestSide) {
     const PictureName* name = nameOf(path);

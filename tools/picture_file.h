@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "foundation/bytes.h"
+#include "foundation/remote_interface.h"
 #include "platform/isolation.h"
 
 namespace corvy::tools {
@@ -15,6 +16,9 @@ namespace corvy::tools {
 inline constexpr std::string_view kPictureExtensions = "png, jpg or tiff";
 
 bool isPictureName(const std::string& path);
+
+// The picture under "Thumbnail" in an answer, a TIFF file; null when there is none.
+const Bytes* pictureIn(const RemoteValue& answer);
 
 // The picture, a file of any format in memory, as "png", "jpg" or "tiff", made by a worker of the
 // pool. Its longer side has at most so many pixels; 0: as many as it has. None when it cannot be

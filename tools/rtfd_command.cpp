@@ -31,11 +31,6 @@ struct RtfdOptions {
     double timeout = kTimeout;
 };
 
-int failWith(const std::string& file, std::string_view reason) {
-    complain(file + ": " + std::string(reason));
-    return kFailed;
-}
-
 // The address that was given, or that of the file itself: what lies beside it belongs to the page.
 std::optional<Url> baseOf(const RtfdOptions& options) {
     if (!options.base.empty()) {
@@ -61,11 +56,9 @@ int writeRtfd(const Bytes* flat, const RtfdOptions& options) {
 }
 
 int convertDocument(const RtfdOptions& options) {
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(options.file).native();
     HelperAccess helper(Launching::ifNeeded, options.timeout);
-    const RemoteValue answer = helper.proxy().call("attributedStringWithContentsOfFile:",
-                                                   {PropertyList(pathFromBytes(path))});
+    const RemoteValue answer =
+        helper.proxy().call("attributedStringWithContentsOfFile:", {pathForHelper(options.file)});
     const Dictionary* document = answer ? answer->dictionary() : nullptr;
     const PropertyList* rtfd = document ? document->find(u"Rtfd") : nullptr;
     return writeRtfd(rtfd ? rtfd->bytes() : nullptr, options);
@@ -115,10 +108,7 @@ int rtfdCommand(int argc, char** argv) {
     app.add_flag("--offline", options.offline,
                  "load nothing from beyond this machine and its networks")
         ->needs(html);
-    app.add_option("--timeout", options.timeout, "seconds to wait for the helper")
-        ->check(CLI::PositiveNumber)
-        ->type_name("S")
-        ->capture_default_str();
+    addTimeout(app, options.timeout);
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     if (options.isHtml) return convertHtml(options);
     if (const int error =

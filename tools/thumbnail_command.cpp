@@ -1,10 +1,8 @@
 // corvystack thumbnail: a small picture of one file.
 #include <CLI/CLI.hpp>
 #include <cstdint>
-#include <filesystem>
 #include <string>
 
-#include "foundation/text.h"
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
@@ -28,29 +26,21 @@ struct ThumbnailOptions {
     double timeout = kTimeout;
 };
 
-int failWith(const std::string& file, const std::string& reason) {
-    complain(file + ": " + reason);
-    return kFailed;
-}
-
 int writeThumbnail(const ThumbnailOptions& options) {
     if (const int error = errorOfOpening(options.file); error != 0 && error != EISDIR) {
         return failWith(options.file, reasonOf(error));
     }
     HelperAccess helper(Launching::ifNeeded, options.timeout);
-    // The helper opens the file itself, from another folder.
-    const std::string path = std::filesystem::absolute(options.file).string();
     const RemoteValue answer = helper.proxy().call(
         "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:",
-        {PropertyList(pathFromBytes(path)), PropertyList(options.size),
-         PropertyList(options.always), PropertyList(false), PropertyList(false)});
-    const Dictionary* result = answer ? answer->dictionary() : nullptr;
-    const PropertyList* thumbnail = result ? result->find(u"Thumbnail") : nullptr;
-    if (thumbnail == nullptr || thumbnail->bytes() == nullptr) {
+        {pathForHelper(options.file), PropertyList(options.size), PropertyList(options.always),
+         PropertyList(false), PropertyList(false)});
+    const Bytes* picture = pictureIn(answer);
+    if (picture == nullptr) {
         return failWith(options.file, "not a picture, or damaged beyond reading");
     }
     platform::WorkerPool pool(workerProgramFolder());
-    const std::string reason = writePicture(pool, *thumbnail->bytes(), options.out);
+    const std::string reason = writePicture(pool, *picture, options.out);
     return reason.empty() ? kDone : failWith(options.out, reason);
 }
 
@@ -61,13 +51,7 @@ int thumbnailCommand(int argc, char** argv) {
                  "corvystack thumbnail");
     ThumbnailOptions options;
     app.add_option("FILE", options.file, "the file, or a PDF bundle")->required();
-    app.add_option("-o,--out", options.out,
-                   "picture to write: the name ends with " + std::string(kPictureExtensions))
-        ->required()
-        ->type_name("OUT")
-        ->check([](const std::string& name) {
-            return isPictureName(name) ? std::string() : "not a picture's name: " + name;
-        });
+    addPictureOut(app, options.out);
     app.add_option("--size", options.size,
                    "most pixels in a row or column; drawings (PDF,\nPostScript, SVG) have 256 "
                    "whatever this says")
@@ -75,10 +59,7 @@ int thumbnailCommand(int argc, char** argv) {
         ->type_name("N")
         ->capture_default_str();
     app.add_flag("--always", options.always, "scale the image even when it carries a thumbnail");
-    app.add_option("--timeout", options.timeout, "seconds to wait for the helper")
-        ->check(CLI::PositiveNumber)
-        ->type_name("S")
-        ->capture_default_str();
+    addTimeout(app, options.timeout);
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     return writeThumbnail(options);
 }

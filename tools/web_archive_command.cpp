@@ -1,6 +1,5 @@
 // corvystack webarchive: text, source or address of a saved page.
 #include <CLI/CLI.hpp>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,17 +23,11 @@ struct WebArchiveOptions {
     bool url = false;
 };
 
-int failWith(const WebArchiveOptions& options, std::string_view reason) {
-    complain(options.file + ": " + std::string(reason));
-    return kFailed;
-}
-
 // From the helper, which opens the file itself, in a folder of its own.
 WebArchiveText askHelper(const std::string& file) {
-    const std::string path = std::filesystem::absolute(file).string();
     HelperAccess helper(Launching::ifNeeded);
     const RemoteValue answer =
-        helper.proxy().call("searchableTextOfWebArchive:", {PropertyList(pathFromBytes(path))});
+        helper.proxy().call("searchableTextOfWebArchive:", {pathForHelper(file)});
     const Dictionary* entries = answer ? answer->dictionary() : nullptr;
     if (!entries) return {};
     WebArchiveText archive;
@@ -58,16 +51,16 @@ void printLines(std::u16string_view text) {
 }
 
 int printPart(const WebArchiveOptions& options, const WebArchiveText& archive) {
-    if (!archive.text) return failWith(options, "not a web archive, or damaged");
+    if (!archive.text) return failWith(options.file, "not a web archive, or damaged");
     if (options.url) {
-        if (!archive.baseURL) return failWith(options, "its page has no address");
+        if (!archive.baseURL) return failWith(options.file, "its page has no address");
         printLines(archive.baseURL->absoluteString);
     } else if (options.source) {
-        if (!archive.source) return failWith(options, "its page is no markup");
+        if (!archive.source) return failWith(options.file, "its page is no markup");
         printLines(*archive.source);
     } else {
         if (archive.text->find_first_not_of(u'\n') == std::u16string::npos) {
-            return failWith(options, explanationOfError("noText"));
+            return failWith(options.file, explanationOfError("noText"));
         }
         printLines(*archive.text);
     }
@@ -86,10 +79,11 @@ int webArchiveCommand(int argc, char** argv) {
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     if (options.file == "-") {
         const FileContents contents = readFile("-");
-        if (contents.error != 0) return failWith(options, reasonOf(contents.error));
+        if (contents.error != 0) return failWith(options.file, reasonOf(contents.error));
         return printPart(options, readArchive(contents.bytes));
     }
-    if (const int error = errorOfOpening(options.file)) return failWith(options, reasonOf(error));
+    if (const int error = errorOfOpening(options.file))
+        return failWith(options.file, reasonOf(error));
     return printPart(options, askHelper(options.file));
 }
 

@@ -5,12 +5,12 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "importers/support/attributes.h"
 #include "importers/support/content_lines.h"
 #include "importers/support/own_keys.h"
 #include "importers/support/text_list.h"
-#include "platform/file_contents.h"
 
 namespace corvy {
 
@@ -192,7 +192,8 @@ private:
 };
 
 bool importCalendar(CorvyAttributes* out, const char*, const char* path) {
-    const auto bytes = platform::beginningOfFile(pathFromBytes(path), kMostBytes);
+    const auto bytes =
+        contentsOfFile(pathFromBytes(path), {.most = kMostBytes, .beginningSuffices = true});
     if (!bytes) return false;
     ContentLineReader reader(bytes->chars());
     Calendar calendar;

@@ -75,7 +75,7 @@ std::u16string nameOf(FT_Face face, FT_UShort kind) {
     return best;
 }
 
-std::u16string firstOf(std::u16string a, const char* b) {
+std::u16string firstOf(const std::u16string& a, const char* b) {
     return a.empty() && b ? fromUtf8(b) : a;
 }
 
@@ -127,7 +127,10 @@ std::optional<FontFile> FontFile::read(const char* path) {
         font->families.add(family);
         font->styles.add(style);
         std::u16string fullName = nameOf(face.get(), TT_NAME_ID_FULL_NAME);
-        if (fullName.empty()) fullName = style.empty() ? family : family + u" " + style;
+        if (fullName.empty()) {
+            fullName = family;
+            if (!style.empty()) fullName.append(u" ").append(style);
+        }
         font->fullNames.add(fullName);
     }
     return font;

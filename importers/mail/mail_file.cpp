@@ -8,11 +8,11 @@
 #include <charconv>
 #include <span>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
 #include "importers/support/attributes.h"
 #include "importers/support/decoding.h"
 #include "markup/markup_decoding.h"
-#include "platform/descriptor.h"
 #include "text/plain_text.h"
 
 namespace corvy {
@@ -206,7 +206,7 @@ void MailFile::Closer::operator()(void* parser) const noexcept {
 
 std::optional<MailFile> MailFile::open(const char* path, MailForm form) {
     ::g_mime_init();
-    platform::Descriptor file(::open(path, O_RDONLY | O_CLOEXEC));
+    Descriptor file(::open(path, O_RDONLY | O_CLOEXEC));
     if (!file) return std::nullopt;
     const Bounds bounds = form == MailForm::countedBytes ? countedBounds(file.get()) : Bounds();
     // The stream closes the file.

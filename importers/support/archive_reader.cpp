@@ -15,15 +15,15 @@
 #include <utility>
 
 #include "foundation/converters.h"
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
 #include "importers/support/deadline.h"
-#include "platform/descriptor.h"
 
 namespace corvy {
 
 // The file, as the library reads it.
 struct ArchiveReader::Source {
-    platform::Descriptor file;
+    Descriptor file;
     Deadline deadline;
     std::array<char, std::size_t{64} << 10> buffer;
 

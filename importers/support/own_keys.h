@@ -12,8 +12,10 @@ inline constexpr const char* kIsEncrypted = "org_corvystack_isEncrypted";       
 inline constexpr const char* kAttachmentNames = "org_corvystack_attachmentNames";  // lists
 inline constexpr const char* kFontFamilies = "org_corvystack_fontFamilies";
 inline constexpr const char* kFontStyles = "org_corvystack_fontStyles";
-inline constexpr const char* kGlyphCount = "org_corvystack_glyphCount";  // integer
-inline constexpr const char* kStartDate = "org_corvystack_startDate";    // dates
+inline constexpr const char* kGlyphCount = "org_corvystack_glyphCount";    // integer
+inline constexpr const char* kFrameRate = "org_corvystack_frameRate";      // real, of a second
+inline constexpr const char* kOrientation = "org_corvystack_orientation";  // integer, as in Exif
+inline constexpr const char* kStartDate = "org_corvystack_startDate";      // dates
 inline constexpr const char* kEndDate = "org_corvystack_endDate";
 inline constexpr const char* kBirthday = "org_corvystack_birthday";
 

@@ -1,10 +1,10 @@
 // Plain text and source code.
 #include "foundation/encoding.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "importers/support/attributes.h"
 #include "importers/support/decoding.h"
 #include "importers/support/own_keys.h"
-#include "platform/file_contents.h"
 #include "text/article.h"
 
 namespace corvy {
@@ -24,7 +24,8 @@ std::int64_t numberOfLines(std::u16string_view text) {
 }
 
 bool importText(CorvyAttributes* out, const char*, const char* path) {
-    const auto bytes = platform::beginningOfFile(pathFromBytes(path), kMostBytes);
+    const auto bytes =
+        contentsOfFile(pathFromBytes(path), {.most = kMostBytes, .beginningSuffices = true});
     if (!bytes) return false;
     const Decoded file = decodedText(bytes->chars(), bytes->size() == kMostBytes);
     Attributes attributes(out);

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "feeds/feed.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "importers/support/attributes.h"
 #include "importers/support/own_keys.h"
@@ -11,7 +12,6 @@
 #include "importers/web/page_attributes.h"
 #include "markup/file_types.h"
 #include "markup/markup_decoding.h"
-#include "platform/file_contents.h"
 #include "text/plain_text.h"
 #include "text/web_archive.h"
 
@@ -80,10 +80,11 @@ bool importArchive(Attributes& attributes, const Bytes& bytes) {
 bool importWeb(CorvyAttributes* out, const char* contentType, const char* path) {
     Attributes attributes(out);
     if (contentType == kWebArchive) {
-        const auto bytes = platform::contentsOfFile(pathFromBytes(path), 4 * kMostBytes);
+        const auto bytes = contentsOfFile(pathFromBytes(path), {.most = 4 * kMostBytes});
         return bytes && importArchive(attributes, *bytes);
     }
-    const auto bytes = platform::beginningOfFile(pathFromBytes(path), kMostBytes);
+    const auto bytes =
+        contentsOfFile(pathFromBytes(path), {.most = kMostBytes, .beginningSuffices = true});
     const auto source = bytes ? stringWithMarkupData(bytes->span()) : std::nullopt;
     if (!source) return false;
     if (isFeed(*source)) {

@@ -30,8 +30,8 @@ std::optional<CorvyStackClient> connectToHelper(HelperLaunch launch = HelperLaun
                                                 const HelperOptions& options = {});
 
 // "corvystack-helper" in the folder $CORVYSTACK_LIBEXEC; when that is not set, beside the running
-// program, in libexec/corvystack beside that one's folder, or else where it is installed by the build or
-// by a package.
+// program, in libexec/corvystack beside that one's folder, or else where it is installed by the
+// build or by a package.
 std::string helperProgramPath();
 
 }  // namespace corvy

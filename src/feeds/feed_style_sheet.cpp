@@ -24,8 +24,8 @@ std::u16string linkedSheet(std::u16string_view path) {
 }
 
 std::u16string inlinedSheet(std::u16string_view path) {
-    const std::optional<std::string> bytes = contentsOfFile(path);
-    const auto text = bytes ? fromStrictUtf8(*bytes) : std::nullopt;
+    const std::optional<Bytes> bytes = contentsOfFile(path);
+    const auto text = bytes ? fromStrictUtf8(bytes->chars()) : std::nullopt;
     if (!text) return {};
     return u"<style type=\"text/css\"><!--" + *text + u"--></style>\n";
 }

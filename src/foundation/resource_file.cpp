@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "foundation/apple_double.h"
+#include "foundation/descriptor.h"
 
 namespace corvy {
 
@@ -26,22 +27,6 @@ constexpr std::string_view kNamedFork = "/..namedfork/rsrc";
 constexpr std::string_view kForkSuffix = ".rsrc";
 // Sidecars hold other entries too.
 constexpr std::int64_t kLargestSidecar = std::int64_t{64} << 20;
-
-class OpenFile {
-public:
-    explicit OpenFile(int descriptor) : descriptor_(descriptor) {}
-    ~OpenFile() {
-        if (descriptor_ >= 0) ::close(descriptor_);
-    }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    int get() const { return descriptor_; }
-    explicit operator bool() const { return descriptor_ >= 0; }
-    int release() { return std::exchange(descriptor_, -1); }
-
-private:
-    int descriptor_;
-};
 
 ResourceError errorOf(int number) {
     switch (number) {
@@ -66,7 +51,7 @@ bool isRegular(int descriptor, struct stat& status) {
 
 // None when the file is not there, no regular one, or too large.
 std::optional<Bytes> contentsOf(const std::string& path) {
-    const OpenFile file(openForReading(path));
+    const Descriptor file(openForReading(path));
     struct stat status {};
     if (!file || !isRegular(file.get(), status) || status.st_size > kLargestSidecar) {
         return std::nullopt;
@@ -138,7 +123,7 @@ bool writeAll(int descriptor, std::string_view bytes) {
 ResourceError replaceFile(const std::string& path, std::string_view bytes,
                           const struct stat& model) {
     std::string temporary = folderOf(path) + ".corvystack-XXXXXX";
-    OpenFile file(::mkostemp(temporary.data(), O_CLOEXEC));
+    Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file) return errorOf(errno);
     constexpr mode_t kRights = 0666;
     bool done = ::fchmod(file.get(), model.st_mode & kRights) == 0 && writeAll(file.get(), bytes);
@@ -152,7 +137,7 @@ ResourceError replaceFile(const std::string& path, std::string_view bytes,
         ::unlink(temporary.c_str());
         return error;
     }
-    const OpenFile folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder) ::fsync(folder.get());
     return ResourceError::none;
 }
@@ -190,7 +175,7 @@ std::string resolved(const std::string& path) {
 
 // Locks an existing file for writing; `descriptor` is set when the result is `none`.
 ResourceError lockForWriting(const std::string& path, int& descriptor) {
-    OpenFile file(openForReading(path));
+    Descriptor file(openForReading(path));
     if (!file) return errorOf(errno);
     struct stat status {};
     if (!isRegular(file.get(), status)) return ResourceError::fileNotFound;
@@ -223,7 +208,7 @@ ResourceError ResourceFile::create(const std::string& givenPath) {
     const std::string path = resolved(givenPath);
     int descriptor = -1;
     ResourceError error = lockForWriting(path, descriptor);
-    const OpenFile lock(descriptor);
+    const Descriptor lock(descriptor);
     if (error == ResourceError::none) {
         error = forkOf(path) ? ResourceError::duplicateFileName : writeFork(path, {});
     }

@@ -25,7 +25,8 @@ UrlParts partsOfURL(std::u16string_view address);
 // The host of an address as it stands there, without user and port; empty when there is none.
 std::u16string_view hostOfURL(std::u16string_view address);
 
-// The file address of an absolute path, which is bytes; what may not stand in an address is escaped.
+// The file address of an absolute path, which is bytes; what may not stand in an address is
+// escaped.
 Url URLOfPath(std::string_view path);
 
 // The bytes that the percent escapes of a part of an address stand for, as the path of a file.

@@ -4,10 +4,10 @@
 #include <cmath>
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "images/image_types.h"
 #include "platform/tiff_encoder.h"
-#include "platform/whole_file.h"
 
 namespace corvy {
 
@@ -59,13 +59,12 @@ Image::Image(Representations representations)
       size_(representations_.empty() ? Size{} : representations_.front()->size()) {}
 
 Image Image::initByReferencingFile(std::u16string_view path, FolderSource folder) {
-    const auto bytes = platform::bytesOfFile(path);
+    const auto bytes = contentsOfFile(path);
     if (!bytes) return Image(Representations());
     return initWithData(*bytes, pathExtension(path), std::move(folder));
 }
 
-Image Image::initWithData(const Bytes& data, std::u16string_view extension,
-                          FolderSource folder) {
+Image Image::initWithData(const Bytes& data, std::u16string_view extension, FolderSource folder) {
     return Image(representationsOf(data, extension, std::move(folder)));
 }
 

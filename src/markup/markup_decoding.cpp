@@ -86,10 +86,9 @@ std::optional<std::u16string> stringWithMarkupData(std::span<const std::byte> da
 
 std::optional<std::u16string> stringWithMarkupContentsOfFile(std::u16string_view path,
                                                              Encoding defaultEncoding) {
-    const std::optional<std::string> content = contentsOfFile(path);
-    if (!content || content->starts_with("bplist")) return std::nullopt;
-    return stringWithMarkupData(std::as_bytes(std::span(*content)),
-                                {.defaultEncoding = defaultEncoding});
+    const std::optional<Bytes> content = contentsOfFile(path);
+    if (!content || content->chars().starts_with("bplist")) return std::nullopt;
+    return stringWithMarkupData(*content, {.defaultEncoding = defaultEncoding});
 }
 
 }  // namespace corvy

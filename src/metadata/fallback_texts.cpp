@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "foundation/character_tables.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "markup/entities.h"
 #include "markup/markup_decoding.h"
 #include "markup/stripping.h"
-#include "platform/file_contents.h"
 
 namespace corvy {
 
@@ -40,7 +40,7 @@ std::u16string withoutMarkup(std::u16string_view markup) {
 
 std::optional<std::u16string> outlineTextOf(std::u16string_view package) {
     const auto contents =
-        platform::contentsOfFile(std::u16string(package) + u"/contents.xml", kMostBytes);
+        contentsOfFile(std::u16string(package) + u"/contents.xml", {.most = kMostBytes});
     return contents ? textOfOutline(*contents) : std::nullopt;
 }
 
@@ -62,7 +62,7 @@ std::optional<std::u16string> onlyXmlIn(std::u16string_view folder) {
 
 std::optional<std::u16string> transcriptOf(std::u16string_view package) {
     const auto file = onlyXmlIn(package);
-    const auto contents = file ? platform::contentsOfFile(*file, kMostBytes) : std::nullopt;
+    const auto contents = file ? contentsOfFile(*file, {.most = kMostBytes}) : std::nullopt;
     if (!contents || contents->chars().starts_with("bplist")) return std::nullopt;
     const auto markup = stringWithMarkupData(contents->span());
     if (!markup) return std::nullopt;

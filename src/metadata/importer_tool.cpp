@@ -12,9 +12,9 @@
 #include <system_error>
 
 #include "foundation/child_process.h"
+#include "foundation/descriptor.h"
 #include "foundation/property_list.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/property_list_reader.h"
 
 namespace corvy {
@@ -47,8 +47,8 @@ std::optional<std::string> standardErrorOf(const std::string& tool) {
     if (::pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
         throw std::system_error(errno, std::generic_category(), "pipe2");
     }
-    const platform::Descriptor in(ends[0]);
-    platform::Descriptor out(ends[1]);
+    const Descriptor in(ends[0]);
+    Descriptor out(ends[1]);
     ::fcntl(out.get(), F_SETFL, 0);  // the tool writes to an ordinary pipe
     ChildProcess child({.launchPath = tool, .arguments = {"-L"}, .standardError = out.get()});
     child.launch();

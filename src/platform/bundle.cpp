@@ -4,8 +4,8 @@
 
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
-#include "platform/file_contents.h"
 #include "platform/property_list_reader.h"
 
 namespace corvy::platform {
@@ -31,7 +31,7 @@ std::optional<Bundle> Bundle::open(std::u16string_view path) {
     }
     Dictionary info;
     const std::u16string file = std::u16string(path) + u"/Contents/Info.plist";
-    if (const auto content = contentsOfFile(file, kMaxBundleInfo)) {
+    if (const auto content = contentsOfFile(file, {.most = kMaxBundleInfo})) {
         std::optional<PropertyList> list = readPropertyList(*content);
         if (list && list->dictionary()) info = std::move(*list->dictionary());
     }

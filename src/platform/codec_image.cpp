@@ -18,10 +18,14 @@ extern "C" {
 #include <vector>
 
 #include "platform/image_metadata.h"
+#include "platform/raster_operations.h"
 
 namespace corvy::platform {
 
 namespace {
+
+// The orientation of a picture whose last row comes first.
+constexpr int kUpsideDown = 4;
 
 template <auto Free>
 struct FreeByAddress {
@@ -198,7 +202,11 @@ std::optional<Raster> decodeByCodec(std::span<const std::byte> bytes, ImageForma
     }
     Frame frame = decode(bytes, format, halvings);
     if (!frame && halvings > 0) frame = decode(bytes, format, 0);
-    return frame ? rasterOf(*frame, format) : std::nullopt;
+    auto raster = frame ? rasterOf(*frame, format) : std::nullopt;
+    // The rows of PFM files go from the bottom to the top, which the library leaves to others.
+    const bool isFromBottom =
+        format == ImageFormat::pnm && codecOfPnm(bytes) == AV_CODEC_ID_PFM && raster;
+    return isFromBottom ? turned(*std::move(raster), kUpsideDown) : raster;
 }
 
 }  // namespace corvy::platform

@@ -10,10 +10,10 @@
 #include <span>
 
 #include "foundation/big_endian.h"
+#include "foundation/descriptor.h"
 #include "foundation/resource_file.h"
 #include "foundation/resource_fork.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/type_identifier.h"
 #include "platform/type_signatures.h"
 

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/ascii_case.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "platform/document_readers/compound_file.h"
 #include "platform/document_readers/encoding_numbers.h"
@@ -14,7 +15,6 @@
 #include "platform/document_readers/word_documents.h"
 #include "platform/document_readers/zip_archive.h"
 #include "platform/plain_text_file.h"
-#include "platform/regular_file.h"
 #include "platform/rich_text/rtf_reader.h"
 #include "platform/rich_text/rtfd.h"
 #include "platform/rich_text/rtfd_package.h"
@@ -65,7 +65,7 @@ DocumentKind kindOfArchive(const Bytes& bytes) {
     auto archive = ZipArchive::open(bytes);
     if (!archive) return DocumentKind::unknown;
     if (isWordPackage(*archive)) return DocumentKind::wordPackage;
-    if (isOpenDocument(*archive)) return DocumentKind::openDocument;
+    if (isOpenDocument(*archive, "text")) return DocumentKind::openDocument;
     return DocumentKind::unknown;
 }
 
@@ -172,7 +172,8 @@ std::optional<RichDocument> readDocument(const std::string& path, const Document
     if (::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
         return readPackageDocument(path);
     }
-    const std::optional<Bytes> bytes = readRegularFile(path, kMaxDocumentFile);
+    const std::optional<Bytes> bytes =
+        contentsOfFile(pathFromBytes(path), {.most = kMaxDocumentFile});
     return bytes ? readDocument(*bytes, path, readers) : std::nullopt;
 }
 

@@ -13,8 +13,8 @@
 #include <optional>
 #include <vector>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 
 namespace corvy::platform {
 

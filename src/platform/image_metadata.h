@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "foundation/property_list.h"
@@ -44,6 +45,8 @@ struct EmbeddedImage {
     friend bool operator==(const EmbeddedImage&, const EmbeddedImage&) = default;
 };
 
+inline constexpr std::uint64_t kMostPacketBytes = 1 << 20;
+
 struct ImageMetadata {
     // PixelWidth, PixelHeight, Depth (bits of a component), ColorModel ("RGB", "Gray", "CMYK" or
     // "Lab"), DPIWidth, DPIHeight, Orientation, HasAlpha, ProfileName, IsIndexed, IsFloat, and the
@@ -58,6 +61,8 @@ struct ImageMetadata {
     // AVIF turn the picture themselves, others do not.
     int orientation = 1;
     bool hasAlpha = false;
+    // The XMP packet (xmp_packet.h), of at most kMostPacketBytes; empty without one.
+    std::string xmpPacket;
     // In the order in which they are worth trying as a thumbnail: the smallest first, those of
     // unknown size behind. The last with a size is the best preview.
     std::vector<EmbeddedImage> embedded;

@@ -4,13 +4,13 @@
 #include <cmath>
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "platform/codec_image.h"
 #include "platform/image_signature.h"
 #include "platform/mac_paint.h"
 #include "platform/raster_operations.h"
 #include "platform/vips_image.h"
-#include "platform/whole_file.h"
 
 namespace corvy::platform {
 
@@ -138,7 +138,7 @@ std::optional<ImageSource> ImageSource::create(Bytes bytes, std::u16string_view 
 }
 
 std::optional<ImageSource> ImageSource::ofFile(std::u16string_view path) {
-    auto bytes = bytesOfFile(path, {.mapped = true});
+    auto bytes = contentsOfFile(path, {.mapped = true});
     auto source = bytes ? create(*std::move(bytes), pathExtension(path)) : std::nullopt;
     if (source) {
         source->file_ = bytesOfPath(path).value();

@@ -22,8 +22,8 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/worker_frames.h"
 
 namespace corvy::platform {

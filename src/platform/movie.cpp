@@ -14,12 +14,13 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/midi.h"
 #include "platform/movie/frame_raster.h"
 #include "platform/movie/frame_search.h"
 #include "platform/movie/movie_input.h"
+#include "platform/movie/movie_tracks.h"
 
 namespace corvy::platform {
 
@@ -218,14 +219,36 @@ Dictionary Movie::movieAttributes() const {
         {u"QTMovieCurrentTimeAttribute", currentTime()},
         {u"QTMovieLoopsAttribute", loops()},
     };
-    if (!state_->input) return attributes;
-    const AVFormatContext& format = *state_->input->format();
-    addTags(format.metadata, attributes);
-    // Where the container has no place for tags of its own, the stream has them.
-    if (!format.metadata && format.nb_streams > 0) {
-        addTags(format.streams[0]->metadata, attributes);
+    for (auto& [name, value] : tags()) {
+        if (!attributes.contains(name)) attributes.set(name, value);
     }
     return attributes;
+}
+
+Dictionary Movie::tags() const {
+    Dictionary tags;
+    if (!state_->input) return tags;
+    const AVFormatContext& format = *state_->input->format();
+    addTags(format.metadata, tags);
+    // Where the container has no place for tags of its own, the stream has them.
+    if (!format.metadata && format.nb_streams > 0) addTags(format.streams[0]->metadata, tags);
+    return tags;
+}
+
+std::vector<MovieTrack> Movie::tracks() const {
+    if (state_->input) return tracksOf(*state_->input->format());
+    MovieTrack music;
+    music.kind = MovieTrack::Kind::audio;
+    music.codec = u"MIDI";
+    return {std::move(music)};
+}
+
+std::int64_t Movie::bitRate() const {
+    return state_->input ? std::max<std::int64_t>(state_->input->format()->bit_rate, 0) : 0;
+}
+
+bool Movie::isStreamable() const {
+    return state_->input && platform::isStreamable(*state_->input->format(), state_->input->file());
 }
 
 void prepareMovieLibrary() {

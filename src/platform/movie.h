@@ -5,10 +5,12 @@
 // it and looking for a frame take.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "foundation/property_list.h"
 #include "foundation/size_string.h"
@@ -24,6 +26,20 @@ inline constexpr int kMovieLoaded = 2000;
 struct MovieLimits {
     double load = 1.0;  // to look into the streams
     double all = 10.0;  // from opening the file to the last frame
+};
+
+struct MovieTrack {
+    enum class Kind { video, audio, text };
+
+    Kind kind = Kind::video;
+    std::u16string codec;      // in words, such as "AAC (Advanced Audio Coding)"
+    std::u16string language;   // as the file has it, such as "eng"; empty when it does not tell
+    std::int64_t bitRate = 0;  // of a second; this and the following are 0 when they are not known
+    double framesPerSecond = 0;
+    bool hasAlpha = false;
+    int channels = 0;
+    int sampleRate = 0;  // Hz
+    int bitsPerSample = 0;
 };
 
 class Movie {
@@ -53,9 +69,16 @@ public:
     bool loops() const;
     void setLoops(bool loops);
 
-    // "QTMovieFileNameAttribute" and the like, then the container's own tags (title, artist, ...)
-    // under their own names.
+    // "QTMovieFileNameAttribute" and the like, then the tags.
     Dictionary movieAttributes() const;
+    // What the container says in tags (title, artist, ...), under the names it has for them.
+    Dictionary tags() const;
+
+    // Pictures that are attached to the file are none.
+    std::vector<MovieTrack> tracks() const;
+    std::int64_t bitRate() const;  // of all together; 0 when it is not known
+    // Whether it can be shown while its end is still on its way.
+    bool isStreamable() const;
 
 private:
     struct State;

@@ -204,6 +204,17 @@ bool PdfDocument::isLocked() const {
     return state_->locked;
 }
 
+bool PdfDocument::isEncrypted() const {
+    return state_->locked || state_->document->isEncrypted();
+}
+
+std::u16string PdfDocument::version() const {
+    if (state_->locked) return {};
+    PDFDoc& document = *state_->document;
+    return fromUtf8(std::to_string(document.getPDFMajorVersion()) + "." +
+                    std::to_string(document.getPDFMinorVersion()));
+}
+
 std::size_t PdfDocument::pageCount() const {
     if (state_->locked) return RawPageTree(*state_->document->getXRef()).pageCount();
     return static_cast<std::size_t>(std::max(0, state_->document->getNumPages()));
@@ -214,6 +225,12 @@ std::optional<Dictionary> PdfDocument::documentAttributes() const {
     const Dict* dict = dictOf(info);
     if (dict == nullptr) return std::nullopt;
     return AttributeReader(!state_->locked).read(*dict);
+}
+
+std::string PdfDocument::metadataPacket() const {
+    if (state_->locked) return {};
+    const std::unique_ptr<GooString> packet = state_->document->readMetadata();
+    return packet ? packet->toStr() : std::string();
 }
 
 std::optional<Size> PdfDocument::mediaBoxSize(std::size_t index) const {

@@ -30,12 +30,18 @@ public:
 
     // It wants a password: there is no text, and the rest is what can be told without.
     bool isLocked() const;
+    // Its content is encrypted, be it that no password is needed to read it.
+    bool isEncrypted() const;
+    // Such as "1.7"; empty for a locked document.
+    std::u16string version() const;
     // 0 for a locked document that hides it.
     std::size_t pageCount() const;
     // Every entry of the document's information dictionary under its own key; none when there is
     // no such dictionary. CreationDate and ModDate are dates where they can be read as such. A
     // locked document has no strings, for they are encrypted.
     std::optional<Dictionary> documentAttributes() const;
+    // The XMP packet of the document (xmp_packet.h); empty without one, and for a locked document.
+    std::string metadataPacket() const;
     // Of the media box, in points; none when the page cannot be had.
     std::optional<Size> mediaBoxSize(std::size_t index) const;
 

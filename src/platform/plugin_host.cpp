@@ -67,8 +67,9 @@ constexpr CorvyAttributeFunctions kAttributeFunctions = {
         [](CorvyAttributes* attributes, const char* key, const CorvyValue* value) {
             return withSink(attributes, key, [value](AttributeSink& sink, std::u16string name) {
                 auto copied = value ? copyOfValue(*value) : std::nullopt;
-                if (copied) sink.set(std::move(name), *std::move(copied));
-                return copied.has_value();
+                if (!copied) return false;
+                sink.set(std::move(name), *std::move(copied));
+                return true;
             });
         },
     .remove =

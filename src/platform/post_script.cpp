@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -22,9 +23,9 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/descriptor.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
-#include "platform/whole_file.h"
 
 namespace corvy::platform {
 
@@ -100,16 +101,19 @@ private:
     std::string path_;
 };
 
+// As the system wants them, with a null behind the last.
+std::vector<char*> wordsOf(std::vector<std::string>& texts) {
+    std::vector<char*> words(texts.size() + 1);
+    std::ranges::transform(texts, words.begin(), [](std::string& text) { return text.data(); });
+    return words;
+}
+
 // Runs the program, with an environment of its own and the null device as its standard files. True
 // when it ends well in time; it does not outlive the call, nor this process.
 bool runProgram(std::vector<std::string> arguments, std::vector<std::string> environment,
                 double seconds) {
-    std::vector<char*> words;
-    for (std::string& argument : arguments) words.push_back(argument.data());
-    words.push_back(nullptr);
-    std::vector<char*> variables;
-    for (std::string& variable : environment) variables.push_back(variable.data());
-    variables.push_back(nullptr);
+    const std::vector<char*> words = wordsOf(arguments);
+    const std::vector<char*> variables = wordsOf(environment);
     const Descriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
     const pid_t parent = ::getpid();
     const pid_t pid = ::fork();
@@ -181,7 +185,7 @@ std::optional<Bytes> pdfOfPostScript(std::span<const std::byte> postScript,
                     options.wallSeconds)) {
         return std::nullopt;
     }
-    auto pdf = bytesOfFile(pathFromBytes(out));
+    auto pdf = contentsOfFile(pathFromBytes(out));
     return pdf && !pdf->empty() ? pdf : std::nullopt;
 }
 

@@ -11,8 +11,8 @@
 #include <span>
 #include <vector>
 
+#include "foundation/descriptor.h"
 #include "foundation/property_list.h"
-#include "platform/descriptor.h"
 
 namespace corvy::platform {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "foundation/converters.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
-#include "platform/file_contents.h"
 #include "platform/property_list/readers.h"
 
 namespace corvy::platform {
@@ -100,7 +100,7 @@ std::optional<PropertyList> readPropertyList(const Bytes& bytes) {
 }
 
 std::optional<PropertyList> readPropertyListFile(std::u16string_view path) {
-    const auto content = contentsOfFile(path, kMaxPropertyListFile);
+    const auto content = contentsOfFile(path, {.most = kMaxPropertyListFile});
     return content ? readPropertyList(*content) : std::nullopt;
 }
 

@@ -20,7 +20,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace corvy::platform {
 

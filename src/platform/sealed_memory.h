@@ -10,7 +10,7 @@
 #include <span>
 
 #include "foundation/bytes.h"
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace corvy::platform {
 

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <utility>
 
-#include "platform/file_contents.h"
+#include "foundation/file_contents.h"
 
 namespace corvy::platform {
 
@@ -87,7 +87,7 @@ SharedLibraries SharedLibraries::ofThisMachine() {
     for (const char* folder : {"/lib", "/usr/lib", "/lib64", "/usr/lib64"}) {
         libraries.folders_.emplace_back(folder);
     }
-    if (const auto cache = contentsOfFile(u"/etc/ld.so.cache", kLongestCache)) {
+    if (const auto cache = contentsOfFile(u"/etc/ld.so.cache", {.most = kLongestCache})) {
         libraries.cached_ = namesInLoaderCache(cache->chars());
     }
     return libraries;

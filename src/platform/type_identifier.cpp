@@ -100,8 +100,10 @@ std::string normalizedTag(TagClass tagClass, std::u16string_view tag) {
 }
 
 const DeclaredType* typeWithTag(TagClass tagClass, std::string_view tag, ItemKind kind) {
-    for (const auto& [known, type] :
-         std::ranges::equal_range(tagIndex(tagClass), tag, {}, &TagIndex::value_type::first)) {
+    const TagIndex& index = tagIndex(tagClass);
+    auto entry = std::ranges::lower_bound(index, tag, {}, &TagIndex::value_type::first);
+    for (; entry != index.end() && entry->first == tag; ++entry) {
+        const DeclaredType* type = entry->second;
         if (tagClass != TagClass::filenameExtension) return type;
         if (declaredConforms(*type, "public.directory") == (kind == ItemKind::folder)) return type;
     }

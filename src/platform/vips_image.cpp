@@ -256,9 +256,8 @@ std::optional<Raster> decodeByVips(std::span<const std::byte> bytes, ImageFormat
     if (!picture || !isWithinLimits(sizeOf(picture))) return std::nullopt;
     const PixelSize wanted = sizeFor(options.target, sizeOf(picture));
     loading.shrink = shrinkOnLoad(format, sizeOf(picture), wanted);
-    const std::optional<Raster> eighth = format == ImageFormat::jpeg && loading.shrink == 8
-                                             ? eighthOfJpeg(bytes)
-                                             : std::nullopt;
+    const std::optional<Raster> eighth =
+        format == ImageFormat::jpeg && loading.shrink == 8 ? eighthOfJpeg(bytes) : std::nullopt;
     if (eighth) {
         picture = withProfileOf(picture.get(), vipsPictureOf(*eighth));
     } else if (loading.shrink > 1) {

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "foundation/ascii_case.h"
+#include "foundation/descriptor.h"
 #include "foundation/json.h"
 #include "foundation/text.h"
 #include "foundation/url.h"
-#include "platform/descriptor.h"
 #include "platform/reachability.h"
 #include "platform/web_addresses.h"
 

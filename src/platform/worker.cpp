@@ -20,8 +20,8 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/worker_frames.h"
 #include "platform/worker_limits.h"
 #include "platform/worker_once.h"

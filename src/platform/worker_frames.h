@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/descriptor.h"
 #include "foundation/property_list.h"
-#include "platform/descriptor.h"
 #include "platform/isolation.h"
 
 namespace corvy::platform {

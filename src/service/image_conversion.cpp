@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "images/image_types.h"
-#include "platform/whole_file.h"
 
 namespace corvy {
 
@@ -55,7 +55,7 @@ std::optional<Dictionary> imageResult(std::u16string_view path, const ImageReque
 // The text and sizes of a PDF that gives no picture, such as a locked one.
 std::optional<Dictionary> pdfResult(std::u16string_view path, const ImageRequest& request,
                                     const ImageConversionContext& context) {
-    const auto pdf = platform::bytesOfFile(path, {.uncached = true});
+    const auto pdf = contentsOfFile(path, {.uncached = true});
     if (!pdf) return std::nullopt;
     ImageConversionContext::PdfText options{.file = std::nullopt, .size = true};
     if (request.canUseSpotlight) options.file = path;

@@ -4,14 +4,15 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "images/image.h"
 #include "images/image_types.h"
+#include "images/thumbnail.h"
 #include "platform/image_encoder.h"
 #include "platform/image_source.h"
 #include "platform/tiff_encoder.h"
-#include "platform/whole_file.h"
 #include "service/image_conversion.h"
 
 namespace corvy {
@@ -36,7 +37,7 @@ FolderSource folderOf(platform::WorkerChannel& channel) {
 // The image of a file or, should that fail, of its bytes.
 Image imageAt(const std::u16string& path, platform::WorkerChannel& channel) {
     const std::u16string file = pathToPDF(path);
-    const auto bytes = platform::bytesOfFile(file, {.uncached = true});
+    const auto bytes = contentsOfFile(file, {.uncached = true});
     if (!bytes) return Image({});
     return Image::initWithData(*bytes, pathExtension(file), folderOf(channel));
 }
@@ -53,20 +54,16 @@ std::optional<platform::BitmapFileType> bitmapFileType(std::u16string_view name)
 
 std::optional<PropertyList> thumbnailOfFile(const Dictionary& arguments, platform::WorkerChannel&) {
     const auto path = stringOf(arguments, kPath);
-    const auto source = path ? ImageSource::ofFile(*path) : std::nullopt;
-    if (!source) return std::nullopt;
     const PropertyList* size = arguments.find(kMaxSize);
-    const auto thumbnail =
-        source->thumbnail({.maxPixelSize = size ? size->integer().value_or(0) : 0,
-                           .fromImageIfAbsent = true,
-                           .fromImageAlways = flag(arguments, kAlways),
-                           .withTransform = true});
-    if (!thumbnail) return std::nullopt;
-    const auto tiff = platform::tiffRepresentation(*thumbnail, platform::TiffCompression::none);
+    std::optional<Dictionary> properties;
+    const auto thumbnail = thumbnailForFile(
+        path, size ? size->integer().value_or(0) : 0,
+        {.alwaysFromImage = flag(arguments, kAlways), .withTransform = true}, &properties);
+    const auto tiff =
+        thumbnail ? thumbnail->TIFFRepresentationWithSize(thumbnail->size()) : std::nullopt;
     if (!tiff) return std::nullopt;
     Dictionary result;
-    const Dictionary& properties = source->metadata().properties;
-    if (!properties.empty()) result.set(u"Properties", properties);
+    if (properties) result.set(u"Properties", *std::move(properties));
     result.set(u"Thumbnail", *tiff);
     return result;
 }

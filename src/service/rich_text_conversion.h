@@ -16,8 +16,8 @@ namespace corvy {
 // Runs a worker's operation; the pool's `run`.
 using RunWorker = std::function<std::optional<PropertyList>(const platform::WorkerRequest&)>;
 
-// The document in the file, of any format that is known: "Rtfd", and "DocumentAttributes" when there
-// are some. None when it is no document.
+// The document in the file, of any format that is known: "Rtfd", and "DocumentAttributes" when
+// there are some. None when it is no document.
 std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path,
                                                              const RunWorker& runWorker);
 

@@ -2,6 +2,7 @@
 
 #include "foundation/text.h"
 #include "images/preview.h"
+#include "images/thumbnail.h"
 #include "platform/image_source.h"
 #include "platform/tiff_encoder.h"
 #include "tests/support/rasters.h"
@@ -202,6 +203,28 @@ TEST(Image, TakesPointsFromTheResolution) {
     const Image image = Image::initWithData(Bytes::copyOf(tiff), u"");
     EXPECT_EQ(image.size(), (Size{72, 72}));
     EXPECT_EQ(image.pixelSize(), (Size{144, 72}));
+}
+
+TEST(Thumbnail, GivesPropertiesOnlyWithAPicture) {
+    const TemporaryFolder folder;
+    const auto png = platform::encodedPicture(platform::rasterOf({40, 20}, kRed), {});
+    const std::u16string picture = fromUtf8(folder.write("a.png", png->chars()));
+    std::optional<Dictionary> properties;
+    const auto small = thumbnailForFile(picture, 10, {}, &properties);
+    ASSERT_TRUE(small && properties);
+    EXPECT_EQ(small->size(), (Size{10, 5}));
+    EXPECT_EQ(properties->find(u"PixelWidth")->integer(), 40);
+    EXPECT_EQ(thumbnailForFile(picture, 100)->size(), (Size{40, 20})) << "never enlarged";
+
+    const std::u16string broken = fromUtf8(folder.write("b.png", png->chars().substr(0, 40)));
+    const std::u16string drawing = fromUtf8(folder.write("c.svg", "<svg width='9' height='9'/>"));
+    const std::optional<std::u16string_view> without[] = {std::nullopt, u"", u"/nowhere", broken,
+                                                          drawing};
+    for (const auto& path : without) {
+        properties.emplace();
+        EXPECT_FALSE(thumbnailForFile(path, 10, {}, &properties)) << toUtf8(path.value_or(u"none"));
+        EXPECT_FALSE(properties) << toUtf8(path.value_or(u"none"));
+    }
 }
 
 TEST(Preview, ShowsFilesInsideTheBox) {

@@ -326,4 +326,15 @@ TEST(CodecImage, ReadsColoursOf16BitsAndSettlesAlpha) {
     EXPECT_FALSE(opaque->hasAlpha);
 }
 
+TEST(CodecImage, HasTheFirstRowOfFloatMapsAtTheBottom) {
+    const std::string_view map(
+        "PF 1 2 1\n\0\0\0\0\0\0\0\0\x3F\x80\0\0"
+        "\x3F\x80\0\0\0\0\0\0\0\0\0\0",
+        33);
+    const auto picture = decodeByCodec(std::as_bytes(std::span(map)), ImageFormat::pnm);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(pixelAt(*picture, 0, 0), kRed);
+    EXPECT_EQ(pixelAt(*picture, 0, 1), kBlue);
+}
+
 }  // namespace corvy::platform

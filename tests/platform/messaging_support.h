@@ -16,7 +16,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 #include "platform/messaging.h"
 #include "tests/platform/messaging_peer.h"
 

@@ -97,6 +97,7 @@ const std::vector<FileType>& pictureTypes() {
     }();
     static const std::vector<FileType> types = [] {
         std::vector<FileType> out;
+        out.reserve(identifiers.size());
         for (const std::string& identifier : identifiers) out.push_back({identifier, "image"});
         return out;
     }();

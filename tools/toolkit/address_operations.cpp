@@ -1,5 +1,5 @@
-#include "foundation/url.h"
 #include "foundation/text.h"
+#include "foundation/url.h"
 #include "platform/reachability.h"
 #include "platform/web_addresses.h"
 #include "tools/toolkit/operation.h"

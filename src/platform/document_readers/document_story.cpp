@@ -105,7 +105,7 @@ std::u16string counterText(std::int32_t number, CounterForm form) {
         }
     } else if (form != CounterForm::decimal && number > 0 && number <= 26 * kMostRepeats) {
         // After z comes aa, then bb.
-        text.assign(static_cast<std::size_t>((number - 1) / 26 + 1),
+        text.assign(static_cast<std::size_t>(number - 1) / 26 + 1,
                     static_cast<char16_t>(first + (number - 1) % 26));
         return text;
     }

@@ -15,10 +15,10 @@
 #include <string_view>
 #include <system_error>
 
+#include "foundation/descriptor.h"
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "foundation/url.h"
-#include "platform/descriptor.h"
-#include "platform/regular_file.h"
 
 namespace corvy::platform {
 
@@ -94,7 +94,8 @@ std::optional<Bytes> rtfByOffice(const std::string& path, const std::string& fol
     const std::string profile = toUtf8(URLOfPath(folder + "/profile").absoluteString);
     const pid_t child = start(program, profile, folder, input.native());
     if (child < 0 || !waitFor(child)) return std::nullopt;
-    return readRegularFile(folder + "/" + input.stem().native() + ".rtf", kLongestRtf);
+    return contentsOfFile(pathFromBytes(folder + "/" + input.stem().native() + ".rtf"),
+                          {.most = kLongestRtf});
 }
 
 }  // namespace corvy::platform

@@ -1,5 +1,6 @@
 #include "platform/document_readers/open_document.h"
 
+#include <algorithm>
 #include <map>
 #include <string>
 
@@ -30,7 +31,9 @@ constexpr XmlPrefix kPrefixes[] = {
     {"http://purl.org/dc/elements/1.1/", "dc"},
 };
 
-void readMeta(Node meta, Dictionary& attributes) {
+DocumentFacts readMeta(Node meta) {
+    DocumentFacts facts;
+    Dictionary& attributes = facts.attributes;
     const auto set = [&](const char16_t* key, const char* name) {
         setTextAttribute(attributes, key, textBelow(meta.child(name)));
     };
@@ -48,11 +51,36 @@ void readMeta(Node meta, Dictionary& attributes) {
     setDateAttribute(attributes, attribute::kCreationTime,
                      meta.child("meta:creation-date").text().get());
     setDateAttribute(attributes, attribute::kModificationTime, meta.child("dc:date").text().get());
+    facts.application = trimWhite(textBelow(meta.child("meta:generator")));
+    facts.language = trimWhite(textBelow(meta.child("dc:language")));
+    constexpr double kMostPages = 1e9;
+    const auto pages =
+        numberOf(attributeOf(meta.child("meta:document-statistic"), "meta:page-count"));
+    if (pages) facts.pageCount = static_cast<std::int64_t>(std::clamp(*pages, 0.0, kMostPages));
+    return facts;
 }
 
-// Of the first kind of page.
-void readPage(Node part, Dictionary& attributes) {
-    const Node page = part.child("office:master-styles").child("style:master-page");
+// The name of the page that the text asks for where it begins.
+std::optional<std::string_view> firstPageName(Node body, const OpenDocumentStyles& styles) {
+    for (const Node node : body.children()) {
+        const std::string_view name = node.name();
+        const bool isTable = name == "table:table";
+        if (!isTable && name != "text:p" && name != "text:h") continue;
+        const auto style =
+            attributeOf(node, isTable ? "table:style-name" : "text:style-name").value_or("");
+        return attributeOf(styles.node(isTable ? "table" : "paragraph", style),
+                           "style:master-page-name");
+    }
+    return std::nullopt;
+}
+
+// Of the page with that name, or else of the first kind of page.
+void readPage(Node part, std::optional<std::string_view> pageName, Dictionary& attributes) {
+    const Node pages = part.child("office:master-styles");
+    Node page = pages.child("style:master-page");
+    for (const Node named : pages.children("style:master-page")) {
+        if (pageName && attributeOf(named, "style:name") == pageName) page = named;
+    }
     const auto layout = attributeOf(page, "style:page-layout-name");
     Node properties;
     for (const Node node : part.child("office:automatic-styles").children("style:page-layout")) {
@@ -88,24 +116,32 @@ std::optional<RichDocument> documentOfParts(Node content, Node styleSheet, Node 
     RichDocument document;
     document.attributes.set(attribute::kType, document_type::kOpenDocument);
     document.text = textOfOpenDocument(body, styles, picture);
-    readPage(styleSheet, document.attributes);
-    readMeta(meta.child("office:meta"), document.attributes);
+    readPage(styleSheet, firstPageName(body, styles), document.attributes);
+    document.attributes.addEntries(readMeta(meta.child("office:meta")).attributes);
     return document;
 }
 
 }  // namespace
 
-bool isOpenDocument(ZipArchive& archive) {
-    constexpr std::string_view kText = "application/vnd.oasis.opendocument.text";
+bool isOpenDocument(ZipArchive& archive, std::string_view kind) {
     const auto type = archive.read("mimetype");
-    return type && trimWhite(fromUtf8(type->chars())).starts_with(fromUtf8(kText));
+    const std::string wanted = "application/vnd.oasis.opendocument." + std::string(kind);
+    return type && trimWhite(fromUtf8(type->chars())).starts_with(fromUtf8(wanted));
+}
+
+pugi::xml_document parseOpenDocumentPart(ZipArchive& archive, const std::string& name,
+                                         std::size_t most) {
+    const std::optional<Bytes> bytes = archive.read(name, most);
+    return bytes ? parseXml(*bytes, kPrefixes) : pugi::xml_document();
+}
+
+DocumentFacts factsOfOpenDocument(ZipArchive& archive) {
+    const pugi::xml_document meta = parseOpenDocumentPart(archive, "meta.xml");
+    return readMeta(meta.document_element().child("office:meta"));
 }
 
 std::optional<RichDocument> documentOfOpenDocument(ZipArchive& archive) {
-    const auto parse = [&](const char* name) {
-        const std::optional<Bytes> bytes = archive.read(name);
-        return bytes ? parseXml(*bytes, kPrefixes) : pugi::xml_document();
-    };
+    const auto parse = [&](const char* name) { return parseOpenDocumentPart(archive, name); };
     const pugi::xml_document content = parse("content.xml"), styles = parse("styles.xml"),
                              meta = parse("meta.xml");
     // What stands in the text several times is unpacked once.

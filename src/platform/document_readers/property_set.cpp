@@ -5,6 +5,7 @@
 #include <string>
 
 #include "foundation/converters.h"
+#include "foundation/text.h"
 #include "platform/document_readers/little_endian.h"
 #include "platform/document_readers/xml_part.h"
 #include "platform/rich_text/rich_document.h"
@@ -71,6 +72,16 @@ public:
         return narrowText(found.part(8, length), encoding_);
     }
 
+    // Of those that count something; none for 0, which programs write that have not counted.
+    std::optional<std::int64_t> integer(std::uint32_t identifier) const {
+        constexpr std::uint32_t kInteger = 3;
+        const LittleEndian found = value(identifier);
+        const std::uint32_t number = found.u32(4);
+        constexpr std::uint32_t kMost = 0x7FFFFFFF;
+        if (found.u32(0) != kInteger || number == 0 || number > kMost) return std::nullopt;
+        return std::int64_t{number};
+    }
+
     std::optional<Date> time(std::uint32_t identifier) const {
         constexpr std::uint32_t kTime = 64;
         constexpr double kTicksPerSecond = 1e7, kSecondsUntil1970 = 11'644'473'600;
@@ -112,11 +123,19 @@ void readKeys(const Bytes& set, const Key (&keys)[N], Dictionary& attributes) {
 
 }  // namespace
 
-void readSummaryInformation(const CompoundFile& file, Dictionary& attributes) {
-    readKeys(file.stream(u"\x05SummaryInformation"), kSummary, attributes);
+DocumentFacts summaryInformation(const CompoundFile& file) {
+    constexpr std::uint32_t kPageCount = 14, kApplication = 18;
+    DocumentFacts facts;
+    const Bytes summary = file.stream(u"\x05SummaryInformation");
+    readKeys(summary, kSummary, facts.attributes);
     readKeys(file.stream(u"\x05"
                          u"DocumentSummaryInformation"),
-             kDocumentSummary, attributes);
+             kDocumentSummary, facts.attributes);
+    if (summary.empty()) return facts;
+    const Section section{LittleEndian(summary.span())};
+    facts.application = trimWhite(section.text(kApplication).value_or(u""));
+    facts.pageCount = section.integer(kPageCount);
+    return facts;
 }
 
 }  // namespace corvy::platform

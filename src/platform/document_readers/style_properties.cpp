@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "foundation/text.h"
+
 namespace corvy::platform {
 
 namespace {
@@ -52,7 +54,10 @@ void TextProperties::overlay(const TextProperties& above) {
 
 TextStyle TextProperties::resolved() const {
     TextStyle style;
-    if (font && !font->empty()) style.font = *font;
+    // Some programs list fonts to take in its place.
+    const auto first = font ? trimWhite(std::u16string_view(*font).substr(0, font->find(u';')))
+                            : std::u16string_view();
+    if (!first.empty()) style.font = first;
     constexpr double kSmallest = 1, kLargest = 1638;  // as word processors have it
     if (size) style.size = std::clamp(*size, kSmallest, kLargest);
     style.bold = bold.value_or(false);

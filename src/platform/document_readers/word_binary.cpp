@@ -170,15 +170,7 @@ private:
         if (!told.own.list) all.overlay(style.paragraph.paragraph);
         all.overlay(told.own.paragraph);
         ParagraphStyle made = all.resolved();
-        const std::u16string marker = numbering_.nextMarker(place);
-        if (marker.empty()) return made;
-        std::vector<std::uint32_t> lists;
-        for (const auto& [key, list] : numbering_.listsOf(place)) {
-            lists.push_back(story_.listFor(key, list));
-        }
-        makeListItem(made, std::move(lists), all.head.value_or(0) + all.firstLine.value_or(0),
-                     all.head.value_or(0));
-        story_.append(u"\t" + marker + u"\t", mark);
+        beginListItem(made, all, numbering_, place, story_, mark);
         return made;
     }
 
@@ -368,7 +360,7 @@ std::optional<RichDocument> documentOfWordBinary(const CompoundFile& file) {
     document.attributes.set(attribute::kType, document_type::kDocFormat);
     document.text = BodyReader(*parts).read();
     readPage(*parts, document.attributes);
-    readSummaryInformation(file, document.attributes);
+    document.attributes.addEntries(summaryInformation(file).attributes);
     return document;
 }
 

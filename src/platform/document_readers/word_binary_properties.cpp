@@ -24,6 +24,12 @@ std::optional<RgbColor> fullColor(LittleEndian bytes) {
     return RgbColor{bytes.u8(0), bytes.u8(1), bytes.u8(2)};
 }
 
+// The colour behind a text with a pattern over it, of which only the full one hides it.
+std::optional<RgbColor> shadingOf(LittleEndian pattern) {
+    constexpr std::uint16_t kFull = 1;
+    return fullColor(pattern.from(pattern.u16(8) == kFull ? 0 : 4));
+}
+
 // 0 and 1 are what they say, 128 is as the style has it, 129 the contrary.
 bool switchOf(std::uint8_t value, const std::optional<bool>& style) {
     constexpr std::uint8_t kAsStyle = 128, kNotAsStyle = 129;
@@ -108,6 +114,13 @@ void readLineHeight(ParagraphProperties& to, LittleEndian operand) {
     }
 }
 
+// What all cells have at the left or the right; none when it is about other edges.
+std::optional<double> sidePaddingOf(LittleEndian operand) {
+    constexpr unsigned kSides = 0x0A, kTwipUnit = 3;
+    if ((operand.u8(3) & kSides) == 0 || operand.u8(4) != kTwipUnit) return std::nullopt;
+    return operand.u16(5) / kTwips;
+}
+
 TextAlignment alignmentOf(std::uint8_t value) {
     if (value == 1) return TextAlignment::center;
     if (value == 2) return TextAlignment::right;
@@ -183,6 +196,9 @@ WordTextProperties wordTextChanges(LittleEndian list, const TextProperties& styl
             case 0x2A42: text.color.emplace(paletteColor(value)); break;
             case 0x6870: text.color.emplace(fullColor(operand)); break;
             case 0x2A0C: text.background.emplace(paletteColor(value)); break;
+            case 0xCA71:
+                if (!text.background) text.background.emplace(shadingOf(operand.from(1)));
+                break;
             case 0x4A43: text.size = operand.u16(0) / 2.0; break;
             case 0x4845: text.baselineOffset = operand.s16(0) / 2.0; break;
             case 0x8840: text.kern = operand.s16(0) / kTwips; break;
@@ -208,6 +224,7 @@ WordParagraphProperties wordParagraphChanges(LittleEndian list) {
     WordParagraphProperties to;
     ParagraphProperties& paragraph = to.paragraph;
     std::array<std::optional<WordCellEdge>, 6> edges = {};
+    std::optional<double> padding;
     WordChanges changes(list);
     while (const auto change = changes.next()) {
         const LittleEndian operand = change->operand;
@@ -242,6 +259,10 @@ WordParagraphProperties wordParagraphChanges(LittleEndian list) {
             case 0x244B: to.endsInnerCell = value != 0; break;
             case 0x6649: to.depth = operand.u32(0); break;
             case 0xD608: to.row = rowOf(operand); break;
+            case 0x9602: padding = length; break;
+            case 0xD634:
+                if (const auto told = sidePaddingOf(operand)) padding = told;
+                break;
             case 0xD605:
                 for (std::size_t i = 0; i < edges.size(); ++i) {
                     edges[i] = oldEdge(operand.part(1 + 4 * i, 4));
@@ -260,7 +281,10 @@ WordParagraphProperties wordParagraphChanges(LittleEndian list) {
             default: break;
         }
     }
-    if (to.row) to.row->edges = edges;
+    if (to.row) {
+        to.row->edges = edges;
+        if (padding && *padding >= 0) to.row->padding = *padding;
+    }
     return to;
 }
 

@@ -54,6 +54,7 @@ struct WordRowCell {
 };
 struct WordRow {
     double left = 0;
+    double padding = 5.4;  // of its cells, at the left and the right
     std::vector<WordRowCell> cells;
     // Of the table: top, left, bottom, right, and inside, horizontal and vertical.
     std::array<std::optional<WordCellEdge>, 6> edges = {};

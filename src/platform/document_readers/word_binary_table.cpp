@@ -131,8 +131,7 @@ WordBinaryTable layOutWordBinaryTable(std::span<const WordBinaryParagraph> parag
                 continue;
             }
             if (place.right > place.left) cell.width = TextLength{place.right - place.left, false};
-            constexpr double kUsualPadding = 5.4;  // points, at the sides
-            cell.padding.left = cell.padding.right = kUsualPadding;
+            cell.padding.left = cell.padding.right = definition.padding;
             cell.alignment = told.alignment;
             drawEdges(cell, definition, told, r == 0, r + 1 == rows.size(), end >= columns.count());
             if (told.startsRows) mergedHere[cell.column] = made.cells.size();

@@ -188,15 +188,7 @@ private:
         }
         ParagraphStyle made = all.resolved();
         if (level == nullptr) return made;
-        const std::u16string marker = numbering_.nextMarker(place);
-        if (marker.empty()) return made;
-        std::vector<std::uint32_t> lists;
-        for (const auto& [key, list] : numbering_.listsOf(place)) {
-            lists.push_back(story_.listFor(key, list));
-        }
-        makeListItem(made, std::move(lists), all.head.value_or(0) + all.firstLine.value_or(0),
-                     all.head.value_or(0));
-        story_.append(u"\t" + marker + u"\t", mark);
+        beginListItem(made, all, numbering_, place, story_, mark);
         return made;
     }
 

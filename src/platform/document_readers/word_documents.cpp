@@ -1,6 +1,5 @@
 #include "platform/document_readers/word_documents.h"
 
-#include <algorithm>
 #include <map>
 #include <string>
 #include <utility>
@@ -8,8 +7,8 @@
 
 #include "foundation/json.h"
 #include "foundation/text.h"
+#include "platform/document_readers/office_package.h"
 #include "platform/document_readers/word_body.h"
-#include "platform/document_readers/xml_part.h"
 
 namespace corvy::platform {
 
@@ -18,124 +17,8 @@ namespace {
 using Node = pugi::xml_node;
 namespace attribute = document_attribute;
 
-constexpr std::string_view kNameSpace2003 = "http://schemas.microsoft.com/office/word/2003/wordml";
-
-// The name spaces that the readers look into, in the usual and in the strict form.
-constexpr XmlPrefix kPrefixes[] = {
-    {"http://schemas.openxmlformats.org/wordprocessingml/2006/main", "w"},
-    {"http://purl.oclc.org/ooxml/wordprocessingml/main", "w"},
-    {kNameSpace2003, "w"},
-    {"http://schemas.microsoft.com/office/word/2003/auxHint", "wx"},
-    {"http://schemas.openxmlformats.org/officeDocument/2006/relationships", "r"},
-    {"http://purl.oclc.org/ooxml/officeDocument/relationships", "r"},
-    {"http://schemas.openxmlformats.org/drawingml/2006/main", "a"},
-    {"http://purl.oclc.org/ooxml/drawingml/main", "a"},
-    {"http://schemas.openxmlformats.org/drawingml/2006/wordprocessingDrawing", "wp"},
-    {"http://purl.oclc.org/ooxml/drawingml/wordprocessingDrawing", "wp"},
-    {"http://schemas.openxmlformats.org/officeDocument/2006/math", "m"},
-    {"http://schemas.openxmlformats.org/markup-compatibility/2006", "mc"},
-    {"http://schemas.openxmlformats.org/package/2006/metadata/core-properties", "cp"},
-    {"http://purl.org/dc/elements/1.1/", "dc"},
-    {"http://purl.org/dc/terms/", "dcterms"},
-    {"urn:schemas-microsoft-com:vml", "v"},
-    {"urn:schemas-microsoft-com:office:office", "o"},
-};
-
-struct Relation {
-    std::string type;    // the last part of its address
-    std::string target;  // a name in the archive, or an address
-    bool isOutside = false;
-};
-using Relations = std::map<std::string, Relation, std::less<>>;
-
-// The name of a part as one of another part refers to it.
-std::string partName(std::string_view folder, std::string_view target) {
-    std::vector<std::string_view> names;
-    const auto add = [&names](std::string_view path) {
-        while (!path.empty()) {
-            const std::string_view name = path.substr(0, path.find('/'));
-            path.remove_prefix(std::min(name.size() + 1, path.size()));
-            if (name == "..") {
-                if (!names.empty()) names.pop_back();
-            } else if (!name.empty() && name != ".") {
-                names.push_back(name);
-            }
-        }
-    };
-    if (!target.starts_with('/')) add(folder);
-    add(target);
-    std::string joined;
-    for (const std::string_view name : names) {
-        if (!joined.empty()) joined += '/';
-        joined += name;
-    }
-    return joined;
-}
-
-std::string_view folderOf(std::string_view part) {
-    const std::size_t slash = part.rfind('/');
-    return slash == std::string_view::npos ? "" : part.substr(0, slash);
-}
-
-pugi::xml_document parsePart(ZipArchive& archive, const std::string& name) {
-    const std::optional<Bytes> bytes = archive.read(name);
-    return bytes ? parseXml(*bytes, kPrefixes) : pugi::xml_document();
-}
-
-// Of a part; of the archive itself for an empty name.
-Relations relationsOf(ZipArchive& archive, const std::string& part) {
-    const std::string_view folder = folderOf(part);
-    std::string name(folder);
-    if (!name.empty()) name += '/';
-    name += "_rels/" + part.substr(part.rfind('/') + 1) + ".rels";
-    Relations relations;
-    const pugi::xml_document document = parsePart(archive, name);
-    for (const Node node : document.document_element().children()) {
-        Relation relation;
-        const std::string_view type = attributeOf(node, "Type").value_or("");
-        relation.type = type.substr(type.rfind('/') + 1);
-        const std::string_view target = attributeOf(node, "Target").value_or("");
-        relation.isOutside = attributeOf(node, "TargetMode").value_or("") == "External";
-        relation.target = relation.isOutside ? std::string(target) : partName(folder, target);
-        relations.try_emplace(std::string(attributeOf(node, "Id").value_or("")),
-                              std::move(relation));
-    }
-    return relations;
-}
-
-// The part that another one is related to in that way; empty when there is none.
-std::string targetOfType(const Relations& relations, std::string_view type) {
-    for (const auto& [identifier, relation] : relations) {
-        if (relation.type == type && !relation.isOutside) return relation.target;
-    }
-    return {};
-}
-
-std::string mainPart(ZipArchive& archive) {
-    std::string part = targetOfType(relationsOf(archive, {}), "officeDocument");
-    if (part.empty()) part = "word/document.xml";
-    return part;
-}
-
 std::u16string latinFont(Node fonts) {
     return fromUtf8(attributeOf(fonts.child("a:latin"), "typeface").value_or(""));
-}
-
-void readCoreProperties(Node core, Dictionary& attributes) {
-    const auto set = [&](const char16_t* key, const char* name) {
-        setTextAttribute(attributes, key, textBelow(core.child(name)));
-    };
-    set(attribute::kTitle, "dc:title");
-    set(attribute::kSubject, "dc:subject");
-    set(attribute::kAuthor, "dc:creator");
-    set(attribute::kEditor, "cp:lastModifiedBy");
-    set(attribute::kCategory, "cp:category");
-    set(attribute::kComment, "dc:description");
-    set(attribute::kKeywords, "cp:keywords");
-    setDateAttribute(attributes, attribute::kCreationTime,
-                     core.child("dcterms:created").text().get());
-    setDateAttribute(attributes, attribute::kModificationTime,
-                     core.child("dcterms:modified").text().get());
 }
 
 void readOldProperties(Node properties, Dictionary& attributes) {
@@ -170,19 +53,18 @@ void readSettings(Node settings, Node background, Dictionary& attributes) {
 }  // namespace
 
 bool isWordPackage(ZipArchive& archive) {
-    return archive.has("[Content_Types].xml") && archive.has(mainPart(archive)) &&
-           folderOf(mainPart(archive)) != "xl" && folderOf(mainPart(archive)) != "ppt";
+    return isOfficePackage(archive) && kindOfMainPart(mainPart(archive)) == OfficeKind::text;
 }
 
 std::optional<RichDocument> documentOfWordPackage(ZipArchive& archive) {
     const std::string part = mainPart(archive);
-    const pugi::xml_document main = parsePart(archive, part);
+    const pugi::xml_document main = parseOfficePart(archive, part);
     const Node root = main.child("w:document");
     if (!root) return std::nullopt;
     const Relations relations = relationsOf(archive, part);
     const auto related = [&](std::string_view type) {
         const std::string name = targetOfType(relations, type);
-        return name.empty() ? pugi::xml_document() : parsePart(archive, name);
+        return name.empty() ? pugi::xml_document() : parseOfficePart(archive, name);
     };
     const pugi::xml_document styles = related("styles"), numbering = related("numbering"),
                              footnotes = related("footnotes"), endnotes = related("endnotes"),
@@ -216,29 +98,17 @@ std::optional<RichDocument> documentOfWordPackage(ZipArchive& archive) {
     document.attributes.set(attribute::kType, document_type::kOfficeOpenXml);
     document.text = textOfWordDocument(source, document.attributes);
     readSettings(settings.child("w:settings"), root.child("w:background"), document.attributes);
-    const Relations top = relationsOf(archive, {});
-    if (const std::string core = targetOfType(top, "core-properties"); !core.empty()) {
-        const pugi::xml_document properties = parsePart(archive, core);
-        readCoreProperties(properties.document_element(), document.attributes);
-    }
-    if (const std::string name = targetOfType(top, "extended-properties"); !name.empty()) {
-        const pugi::xml_document properties = parsePart(archive, name);
-        const Node extended = properties.document_element();
-        setTextAttribute(document.attributes, attribute::kCompany,
-                         textBelow(extended.child("Company")));
-        setTextAttribute(document.attributes, attribute::kManager,
-                         textBelow(extended.child("Manager")));
-    }
+    document.attributes.addEntries(factsOfOfficePackage(archive).attributes);
     return document;
 }
 
 bool isWordXml(std::string_view head) {
-    return head.find(kNameSpace2003) != std::string_view::npos &&
+    return head.find(kWordNameSpace2003) != std::string_view::npos &&
            head.find("wordDocument") != std::string_view::npos;
 }
 
 std::optional<RichDocument> documentOfWordXml(std::span<const std::byte> bytes) {
-    const pugi::xml_document main = parseXml(bytes, kPrefixes);
+    const pugi::xml_document main = parseOfficeXml(bytes);
     const Node root = main.child("w:wordDocument");
     if (!root) return std::nullopt;
     WordSource source;

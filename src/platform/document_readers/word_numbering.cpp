@@ -40,6 +40,20 @@ std::int32_t integerOf(Node node, std::int32_t otherwise) {
 
 }  // namespace
 
+void beginListItem(ParagraphStyle& style, const ParagraphProperties& properties,
+                   WordNumbering& numbering, const ListPlace& place, DocumentStory& story,
+                   const TextStyle& mark) {
+    const std::u16string marker = numbering.nextMarker(place);
+    if (marker.empty()) return;
+    std::vector<std::uint32_t> lists;
+    for (const auto& [key, list] : numbering.listsOf(place)) {
+        lists.push_back(story.listFor(key, list));
+    }
+    const double head = properties.head.value_or(0);
+    makeListItem(style, std::move(lists), head + properties.firstLine.value_or(0), head);
+    story.append(u"\t" + marker + u"\t", mark);
+}
+
 std::u16string wordSymbolText(std::u16string_view text, std::u16string_view font) {
     std::u16string mapped(text);
     const SymbolFont symbols = symbolFontNamed(font, false);

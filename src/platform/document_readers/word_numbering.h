@@ -45,9 +45,7 @@ public:
     WordNumbering(pugi::xml_node numbering, const WordTheme& theme);
 
     // Adds a list under a name that none has yet.
-    void add(std::u16string name, List list) {
-        lists_.try_emplace(std::move(name), std::move(list));
-    }
+    void add(std::u16string name, const List& list) { lists_.try_emplace(std::move(name), list); }
 
     // Null when there is no such list.
     const Level* levelAt(const ListPlace& place) const;
@@ -68,6 +66,12 @@ private:
     std::map<std::string, std::array<std::optional<std::int32_t>, kLevels>> counters_;
     std::map<std::u16string, std::array<bool, kLevels>> restarted_;
 };
+
+// Counts an item of a list and writes its marker. `properties` are those that the paragraph's style
+// was made of; it becomes one of a list's item.
+void beginListItem(ParagraphStyle& style, const ParagraphProperties& properties,
+                   WordNumbering& numbering, const ListPlace& place, DocumentStory& story,
+                   const TextStyle& mark);
 
 // Text in a font whose letters stand for other characters.
 std::u16string wordSymbolText(std::u16string_view text, std::u16string_view font);

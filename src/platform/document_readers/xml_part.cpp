@@ -16,22 +16,6 @@ namespace corvy::platform {
 
 namespace {
 
-// Calls `visit` for every element below the node, in the order of the text, until it gives true.
-template <typename Visit>
-void visitBelow(pugi::xml_node top, Visit visit) {
-    pugi::xml_node node = top.first_child();
-    while (node) {
-        if (visit(node)) return;
-        if (node.first_child()) {
-            node = node.first_child();
-            continue;
-        }
-        while (node != top && !node.next_sibling()) node = node.parent();
-        if (node == top) return;
-        node = node.next_sibling();
-    }
-}
-
 using Renames = std::vector<std::pair<std::string, std::string>>;  // "ns0:" to "w:"
 
 Renames renamesOf(pugi::xml_node root, std::span<const XmlPrefix> prefixes) {

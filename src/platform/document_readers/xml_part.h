@@ -29,6 +29,22 @@ struct XmlPrefix {
 pugi::xml_document parseXml(std::span<const std::byte> bytes,
                             std::span<const XmlPrefix> prefixes = {});
 
+// Calls `visit` for every element below the node, in the order of the text, until it gives true.
+template <typename Visit>
+void visitBelow(pugi::xml_node top, Visit visit) {
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        if (visit(node)) return;
+        if (node.first_child()) {
+            node = node.first_child();
+            continue;
+        }
+        while (node != top && !node.next_sibling()) node = node.parent();
+        if (node == top) return;
+        node = node.next_sibling();
+    }
+}
+
 // The first element below the node, in the order of the text, that has the name; empty when there
 // is none.
 pugi::xml_node descendant(pugi::xml_node node, std::string_view name);

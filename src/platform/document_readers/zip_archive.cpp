@@ -46,13 +46,13 @@ bool ZipArchive::has(const std::string& name) const {
     return locate(archive_.get(), name) >= 0;
 }
 
-std::optional<Bytes> ZipArchive::read(const std::string& name) {
+std::optional<Bytes> ZipArchive::read(const std::string& name, std::size_t most) {
     const zip_int64_t index = locate(archive_.get(), name);
     if (index < 0) return std::nullopt;
     zip_stat_t stat;
     const auto entry = static_cast<zip_uint64_t>(index);
     if (::zip_stat_index(handle(archive_.get()), entry, 0, &stat) != 0 ||
-        (stat.valid & ZIP_STAT_SIZE) == 0 || stat.size > kMaxZipFile ||
+        (stat.valid & ZIP_STAT_SIZE) == 0 || stat.size > most ||
         stat.size > kMaxZipFiles - taken_) {
         return std::nullopt;
     }

@@ -21,9 +21,9 @@ public:
     static std::optional<ZipArchive> open(const Bytes& bytes);
 
     bool has(const std::string& name) const;
-    // None when it is not there, encrypted, damaged or too large. Names are only compared, in any
-    // case when none is equal; nothing is ever written.
-    std::optional<Bytes> read(const std::string& name);
+    // None when it is not there, encrypted, damaged or larger than `most` bytes. Names are only
+    // compared, in any case when none is equal; nothing is ever written.
+    std::optional<Bytes> read(const std::string& name, std::size_t most = kMaxZipFile);
 
 private:
     struct Closer {

@@ -91,9 +91,9 @@ class CustomProperties;
 struct InheritedStyle {
     FontFamily fontFamily;
     float fontSize = 16;
-    // 1 to 8 for a size that goes back to a keyword (4 is medium), 0 for others: those change with
-    // the family when that turns to monospace.
+    // 1 to 8 for a size that goes back to a keyword (4 is medium), 0 for others.
     std::uint8_t sizeKeyword = 4;
+    bool hasAbsoluteSize = false;  // goes back to pixels, points, ...: the same for all families
     float fontWeight = 400;
     FontStyle fontStyle = FontStyle::normal;
     Color color;

@@ -96,13 +96,13 @@ bool readListStyle(TokenCursor& in, const ReadingContext& context, Declarations&
         const Token& token = in.peek();
         if (token.kind == TokenKind::url || token.kind == TokenKind::function) {
             in.take();  // an image
-        } else if (!position && (position = tryValue(Property::listStylePosition, in, context))) {
-        } else if (!type && (type = tryValue(Property::listStyleType, in, context))) {
-        } else if (token.kind == TokenKind::ident && equalsNoCase(token.text, "none")) {
-            in.take();  // of the two that can be none the other one
-        } else {
-            return false;
+            continue;
         }
+        if (!position && (position = tryValue(Property::listStylePosition, in, context))) continue;
+        if (!type && (type = tryValue(Property::listStyleType, in, context))) continue;
+        // Of the two that can be none the other one.
+        if (token.kind != TokenKind::ident || !equalsNoCase(token.text, "none")) return false;
+        in.take();
     }
     give(out, Property::listStyleType, type.value_or(Value{}));
     give(out, Property::listStylePosition, position.value_or(Value{}));
@@ -173,12 +173,12 @@ bool readFont(TokenCursor& in, const ReadingContext& context, Declarations& out)
     for (int words = 0; words < 4 && !in.atEnd(); ++words) {
         if (isNormal(in.peek()) || isOtherFontWord(in.peek())) {
             in.take();
-        } else if (!style && (style = tryValue(Property::fontStyle, in, context))) {
-        } else if (!weight && in.peek().kind != TokenKind::dimension &&
-                   (weight = tryValue(Property::fontWeight, in, context))) {
-        } else {
-            break;
+            continue;
         }
+        if (!style && (style = tryValue(Property::fontStyle, in, context))) continue;
+        if (weight || in.peek().kind == TokenKind::dimension) break;
+        weight = tryValue(Property::fontWeight, in, context);
+        if (!weight) break;
     }
     const auto size = tryValue(Property::fontSize, in, context);
     if (!size) return false;

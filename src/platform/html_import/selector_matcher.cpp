@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 namespace corvy::platform::css {
 
@@ -77,7 +78,8 @@ const std::vector<SelectorMatcher::Match>& SelectorMatcher::matchesOf(
         }
     }
     if (element.id != kNoAtom) tryNamed(byId_, element.id);
-    std::sort(found_.begin(), found_.end());
+    std::ranges::sort(found_, {},
+                      [](const Match& match) { return std::pair(match.rank, match.block); });
     return found_;
 }
 

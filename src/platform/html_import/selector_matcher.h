@@ -42,7 +42,6 @@ public:
     struct Match {
         std::uint64_t rank;
         std::uint32_t block;
-        friend auto operator<=>(const Match&, const Match&) = default;
     };
     const std::vector<Match>& matchesOf(NodeIndex node, const AncestorFilter& filter);
 

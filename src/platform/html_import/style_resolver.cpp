@@ -14,7 +14,7 @@ namespace {
 
 // Sizes of the keywords from xx-small on, as browsers have them for their default sizes.
 constexpr float kProportionalSizes[] = {9, 10, 13, 16, 18, 24, 32, 48};
-constexpr float kMonospaceSizes[] = {9, 9, 10, 13, 15, 20, 26, 39};
+constexpr float kMonospaceSizes[] = {9, 10, 12, 13, 16, 20, 26, 39};
 constexpr float kMonospaceFactor = 13.0F / 16;
 constexpr std::uint8_t kSmaller = 9;
 constexpr float kStep = 1.2F;  // of smaller and larger
@@ -88,7 +88,10 @@ void copyProperty(Property property, const ComputedStyle& from, ComputedStyle& t
     });
     if (isEdge) return;
     withMember(property, [&](auto member) { to.*member = from.*member; });
-    if (property == Property::fontSize) to.sizeKeyword = from.sizeKeyword;
+    if (property == Property::fontSize) {
+        to.sizeKeyword = from.sizeKeyword;
+        to.hasAbsoluteSize = from.hasAbsoluteSize;
+    }
     if (property == Property::listStyleType) to.listText = from.listText;
     if (property == Property::verticalAlign) to.verticalShift = from.verticalShift;
 }
@@ -267,7 +270,7 @@ ComputedStyle StyleResolver::compute(NodeIndex node, const ComputedStyle& parent
     for (std::size_t i = 0; i < kPropertyCount; ++i) {
         const auto property = static_cast<Property>(i);
         if (winners_[i]) apply(property, *winners_[i], parent, style);
-        if (property == Property::fontSize && !winners_[i]) followFamily(parent, style);
+        if (property == Property::fontSize) followFamily(parent, style);
     }
     adjust(node, parent, style);
     return style;
@@ -367,9 +370,11 @@ float StyleResolver::fontSizeOfKeyword(std::uint8_t keyword, FontFamily family) 
 
 void StyleResolver::setFontSize(const Value& value, const ComputedStyle& parent,
                                 ComputedStyle& style) {
+    style.hasAbsoluteSize = parent.hasAbsoluteSize;
     if (value.kind == Value::Kind::keyword) {
         if (value.keyword < kSmaller) {
             style.sizeKeyword = value.keyword;
+            style.hasAbsoluteSize = false;
             style.fontSize = fontSizeOfKeyword(value.keyword, style.fontFamily);
             return;
         }
@@ -378,13 +383,15 @@ void StyleResolver::setFontSize(const Value& value, const ComputedStyle& parent,
     } else {
         const LengthContext lengths{parent.fontSize, rootFontSize_, parent.fontSize};
         style.fontSize = static_cast<float>(lengths.pixels(value.length));
+        if (value.length.unit == Unit::px) style.hasAbsoluteSize = true;
     }
     style.sizeKeyword = 0;
     style.fontSize = std::clamp(style.fontSize, 0.F, kLargestFont);
 }
 
-// A size that nobody set for this element follows its family.
+// A size that no length gave follows the family when that turns to monospace, or back.
 void StyleResolver::followFamily(const ComputedStyle& parent, ComputedStyle& style) {
+    if (style.hasAbsoluteSize) return;
     const bool isMonospace = families_.isMonospaceAlone(style.fontFamily);
     if (isMonospace == families_.isMonospaceAlone(parent.fontFamily)) return;
     if (style.sizeKeyword != 0) {

@@ -68,6 +68,7 @@ enum ImageResource : std::uint16_t {
     kThumbnail = 0x040C,
     kProfile = 0x040F,
     kExif = 0x0422,
+    kXmp = 0x0424,
 };
 
 // A header of 28 bytes, then a JPEG.
@@ -87,6 +88,7 @@ void readResource(std::uint16_t id, ByteView data, std::uint64_t offset, Metadat
         case kThumbnail: readResourceThumbnail(data, offset, builder); break;
         case kProfile: readProfile(data, builder); break;
         case kExif: readExif(data, offset, builder); break;
+        case kXmp: builder.setXmpPacket(data.chars()); break;
         default: break;
     }
 }

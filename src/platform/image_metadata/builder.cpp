@@ -64,6 +64,10 @@ void MetadataBuilder::setOrientation(std::int64_t value) {
     if (value >= 1 && value <= 8) orientation = static_cast<int>(value);
 }
 
+void MetadataBuilder::setXmpPacket(std::string_view packet) {
+    if (xmpPacket.empty() && packet.size() <= kMostPacketBytes) xmpPacket = packet;
+}
+
 void MetadataBuilder::addEmbedded(const EmbeddedImage& image) {
     if (embedded.size() < kMostEmbedded && std::ranges::find(embedded, image) == embedded.end())
         embedded.push_back(image);
@@ -96,6 +100,7 @@ ImageMetadata MetadataBuilder::finish() && {
     metadata.size = size;
     metadata.orientation = orientation.value_or(1);
     metadata.hasAlpha = hasAlpha.value_or(false);
+    metadata.xmpPacket = std::move(xmpPacket);
     std::ranges::stable_sort(embedded, isBetterThumbnail);
     metadata.embedded = std::move(embedded);
     return metadata;

@@ -30,6 +30,7 @@ struct MetadataBuilder {
     bool isFloat = false;
     std::u16string profileName;
     Dictionary exif, tiff, gps, iptc, png, gif, jfif;
+    std::string xmpPacket;
     std::vector<EmbeddedImage> embedded;
 
     void setSize(std::uint64_t width, std::uint64_t height);
@@ -39,6 +40,8 @@ struct MetadataBuilder {
     void setPixelsPerMeter(std::uint32_t width, std::uint32_t height);
     // Ignored unless 1 to 8.
     void setOrientation(std::int64_t value);
+    // Only the first counts; one that is too long is left out.
+    void setXmpPacket(std::string_view packet);
     void addEmbedded(const EmbeddedImage& image);
 
     ImageMetadata finish() &&;

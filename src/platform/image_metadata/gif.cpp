@@ -31,6 +31,9 @@ void readControl(ByteView block, MetadataBuilder& builder) {
 void readExtension(ByteView block, std::uint8_t label, MetadataBuilder& builder) {
     constexpr std::uint64_t kName = 1, kLoop = 12;
     if (label == kControl && !builder.gif.contains(u"DelayTime")) readControl(block, builder);
+    // A packet stands as it is, without the lengths of blocks in it; a reader of XML finds its end.
+    if (label == kApplication && block.hasText(kName, "XMP DataXMP"))
+        builder.setXmpPacket(block.chars(kLoop, kMostPacketBytes));
     const bool isLoop = block.hasText(kName, "NETSCAPE2.0") || block.hasText(kName, "ANIMEXTS1.0");
     if (label == kApplication && isLoop && block.u8(kLoop + 1) == 1)
         builder.gif.set(u"LoopCount", std::int64_t{block.u16(kLoop + 2)});

@@ -210,22 +210,33 @@ bool isAlphaOf(const ItemTable& table, const Reference& reference) {
     return reference.kind == "auxl" && isAlpha;
 }
 
-// Of all blocks: pictures of several items have one each at most.
-void readExifItem(ByteView file, const ItemTable& table, MetadataBuilder& builder) {
+// The first item of a kind that describes the picture, in one piece.
+std::optional<Extent> describingItem(ByteView file, const ItemTable& table,
+                                     std::string_view wanted) {
     for (const Reference& reference : table.references) {
         const auto kind = table.kinds.find(reference.from);
         const auto extent = table.extents.find(reference.from);
         if (reference.kind != "cdsc" || reference.to != table.primary ||
-            kind == table.kinds.end() || kind->second != "Exif" || extent == table.extents.end())
+            kind == table.kinds.end() || kind->second != wanted || extent == table.extents.end())
             continue;
-        const auto [place, length] = extent->second;
-        if (!file.has(place, length)) continue;
-        // Four bytes say how much stands before the block.
-        const std::uint64_t skipped = 4 + std::uint64_t{file.u32(place)};
-        if (skipped < length)
-            readExif(file.part(place + skipped, length - skipped), place + skipped, builder);
-        return;
+        if (file.has(extent->second.place, extent->second.length)) return extent->second;
     }
+    return std::nullopt;
+}
+
+void readExifItem(ByteView file, const ItemTable& table, MetadataBuilder& builder) {
+    const auto item = describingItem(file, table, "Exif");
+    if (!item) return;
+    // Four bytes say how much stands before the block.
+    const std::uint64_t skipped = 4 + std::uint64_t{file.u32(item->place)};
+    if (skipped < item->length)
+        readExif(file.part(item->place + skipped, item->length - skipped), item->place + skipped,
+                 builder);
+}
+
+void readXmpItem(ByteView file, const ItemTable& table, MetadataBuilder& builder) {
+    const auto item = describingItem(file, table, "mime");
+    if (item) builder.setXmpPacket(file.chars(item->place, item->length));
 }
 
 }  // namespace
@@ -235,6 +246,7 @@ void readHeif(ByteView file, MetadataBuilder& builder) {
     builder.colorModel = ColorModel::rgb;
     builder.depth = 8;
     readExifItem(file, table, builder);
+    readXmpItem(file, table, builder);
     // Exif's orientation is a mere copy here: what counts are the properties.
     builder.orientation.reset();
     readPrimary(table, builder);

@@ -116,6 +116,7 @@ std::optional<PixelSize> sizeOfJpeg(ByteView bytes) {
 
 void readJpeg(ByteView file, MetadataBuilder& builder) {
     constexpr std::string_view kResources = "Photoshop 3.0\0"sv;
+    constexpr std::string_view kXmp = "http://ns.adobe.com/xap/1.0/\0"sv;
     bool hasFrame = false, hasExif = false;
     forEachSegment(file, [&](const Segment& segment) {
         const ByteView data = segment.data;
@@ -125,6 +126,8 @@ void readJpeg(ByteView file, MetadataBuilder& builder) {
             if (!hasExif) readJfif(data, builder);
         } else if (segment.marker == kApplication1 && data.hasText(0, "Exif\0"sv)) {
             if (!std::exchange(hasExif, true)) readExif(data, segment.place, builder);
+        } else if (segment.marker == kApplication1 && data.hasText(0, kXmp)) {
+            builder.setXmpPacket(data.chars(kXmp.size()));
         } else if (segment.marker == kApplication2) {
             readProfilePart(data, builder);
         } else if (segment.marker == kApplication13 && data.hasText(0, kResources)) {

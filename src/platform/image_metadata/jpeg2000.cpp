@@ -91,9 +91,12 @@ void readIdentified(const Box& box, MetadataBuilder& builder) {
     constexpr std::string_view kExif = "JpgTiffExif->JP2"sv;
     constexpr std::string_view kIptc =
         "\x33\xC7\xA4\xD2\xB8\x1D\x47\x23\xA0\xBA\xF1\xA3\xE0\x97\xAD\x38"sv;
+    constexpr std::string_view kXmp =
+        "\xBE\x7A\xCF\xCB\x97\xA9\x42\xE8\x9C\x71\x99\x94\x91\xE3\xAF\xAC"sv;
     const ByteView block = box.inside.part(kExif.size());
     if (box.inside.hasText(0, kExif)) readExif(block, box.place + kExif.size(), builder);
     if (box.inside.hasText(0, kIptc)) readIptc(block, builder);
+    if (box.inside.hasText(0, kXmp)) builder.setXmpPacket(block.chars());
 }
 
 }  // namespace

@@ -57,7 +57,9 @@ void readChromaticities(ByteView data, MetadataBuilder& builder) {
 void readText(std::string_view kind, ByteView data, MetadataBuilder& builder) {
     const std::string_view keyword = data.chars().substr(0, data.chars().find('\0'));
     const auto* known = std::ranges::find(kTextKeys, keyword, &TextKey::first);
-    if (known == std::end(kTextKeys) || builder.png.contains(known->second)) return;
+    const bool isPacket = keyword == "XML:com.adobe.xmp" && builder.xmpPacket.empty();
+    const bool isKnown = known != std::end(kTextKeys) && !builder.png.contains(known->second);
+    if (!isKnown && !isPacket) return;
     std::uint64_t at = keyword.size() + 1;
     bool isDeflated = kind == "zTXt";
     if (isDeflated) ++at;  // the method, of which there is one
@@ -71,8 +73,11 @@ void readText(std::string_view kind, ByteView data, MetadataBuilder& builder) {
         }
     }
     const std::string inflated =
-        isDeflated ? inflatedStart(data.part(at), kMostValueBytes) : std::string();
-    std::u16string text = fileText(isDeflated ? std::string_view(inflated) : data.chars(at));
+        isDeflated ? inflatedStart(data.part(at), isPacket ? kMostPacketBytes : kMostValueBytes)
+                   : std::string();
+    const std::string_view written = isDeflated ? std::string_view(inflated) : data.chars(at);
+    if (isPacket) return builder.setXmpPacket(written);
+    std::u16string text = fileText(written);
     if (!text.empty()) builder.png.set(known->second, std::move(text));
 }
 

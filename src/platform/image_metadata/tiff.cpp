@@ -27,6 +27,7 @@ enum Tag : std::uint16_t {
     kExtraSamples = 338,
     kSampleFormat = 339,
     kJpegTables = 347,
+    kXmp = 700,
     kIptcRecords = 33723,
     kImageResources = 34377,
     kProfile = 34675,
@@ -101,6 +102,8 @@ void readSamples(const TiffDirectory& directory, MetadataBuilder& builder) {
 
 void readBlocks(const TiffDirectory& directory, MetadataBuilder& builder) {
     if (const TiffEntry* profile = directory.find(kProfile)) readProfile(profile->values, builder);
+    if (const TiffEntry* packet = directory.find(kXmp))
+        builder.setXmpPacket(packet->values.chars());
     if (const TiffEntry* records = directory.find(kIptcRecords)) readIptc(records->values, builder);
     if (const TiffEntry* resources = directory.find(kImageResources)) {
         MetadataBuilder inside;  // only what the directory itself has no place for

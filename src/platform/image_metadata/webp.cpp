@@ -50,6 +50,7 @@ void readWebp(ByteView bytes, MetadataBuilder& builder) {
         if (kind == "VP8L") readLossless(data, builder);
         if (kind == "ICCP") readProfile(data, builder);
         if (kind == "EXIF") readExif(data, at + kChunkHeader, builder);
+        if (kind == "XMP ") builder.setXmpPacket(data.chars());
         at += kChunkHeader + length + (length & 1);
     }
 }

@@ -12,7 +12,7 @@
 #include <thread>
 #include <utility>
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 #include "platform/messaging.h"
 #include "platform/messaging/bus.h"
 #include "platform/messaging/introspection.h"

@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace corvy::platform {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace corvy::platform {
 

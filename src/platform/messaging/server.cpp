@@ -9,8 +9,8 @@
 #include <memory>
 #include <utility>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/messaging.h"
 #include "platform/messaging/bus.h"
 #include "platform/messaging/bus_source.h"
@@ -150,7 +150,7 @@ gboolean Connection::State::acceptAgain(gpointer data) {
 // Serves what comes over the bus; null when there is none, or it cannot be served.
 std::shared_ptr<Connection::State::Peer> Connection::State::admit(Bus bus) {
     if (!bus) return nullptr;
-    const auto peer = std::make_shared<Peer>();
+    auto peer = std::make_shared<Peer>();
     peer->state = this;
     peer->bus = std::move(bus);
     if (sd_bus_add_filter(peer->bus.get(), nullptr, filter, peer.get()) < 0) return nullptr;

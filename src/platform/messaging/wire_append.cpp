@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/messaging/wire.h"
 #include "platform/sealed_memory.h"
 

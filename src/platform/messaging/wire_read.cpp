@@ -4,8 +4,8 @@
 #include <cstring>
 #include <limits>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/messaging/wire.h"
 #include "platform/sealed_memory.h"
 

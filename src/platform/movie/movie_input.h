@@ -12,7 +12,7 @@ extern "C" {
 #include <libavutil/frame.h>
 }
 
-#include "platform/descriptor.h"
+#include "foundation/descriptor.h"
 
 namespace corvy::platform {
 
@@ -49,6 +49,7 @@ public:
     bool isLate() const { return Clock::now() >= deadline_; }
 
     AVFormatContext* format() const { return format_.get(); }
+    const Descriptor& file() const { return file_; }
     // The stream of moving pictures, or null.
     AVStream* video() const;
     // The picture that is attached to the file, or null.

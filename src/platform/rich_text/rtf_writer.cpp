@@ -399,6 +399,8 @@ private:
         if (before.outline != style.outline) words.raw(style.outline ? "\\outl" : "\\outl0");
         if (before.shadow != style.shadow) words.raw(style.shadow ? "\\shad" : "\\shad0");
         writeColor(words, "\\cb", before.background, style.background);
+        // What other programs read in its place.
+        writeColor(words, "\\chcbpat", before.background, style.background);
         writeColor(words, "\\ulc", before.underlineColor, style.underlineColor);
         writeColor(words, "\\strikec", before.strikeColor, style.strikeColor);
         std::string bytes = words.take();

@@ -18,8 +18,8 @@
 #include <utility>
 #include <vector>
 
+#include "foundation/descriptor.h"
 #include "foundation/text.h"
-#include "platform/descriptor.h"
 #include "platform/rich_text/flat_rtfd.h"
 
 namespace corvy::platform {

@@ -1,5 +1,6 @@
 #include "platform/document_reader.h"
 
+#include "platform/document_readers/word_binary_properties.h"
 #include "platform/rich_text/rich_document.h"
 #include "tests/support/zip_builder.h"
 
@@ -112,8 +113,8 @@ TEST(WordDocument, GivesTheTextThatIsShown) {
 
 TEST(WordDocument, InheritsStyles) {
     const auto styles =
-        "<w:docDefaults><w:rPrDefault><w:rPr><w:sz w:val='22'/></w:rPr></w:rPrDefault>"
-        "</w:docDefaults>"
+        "<w:docDefaults><w:rPrDefault><w:rPr><w:rFonts w:ascii='Times New Roman;serif'/><w:sz "
+        "w:val='22'/></w:rPr></w:rPrDefault></w:docDefaults>"
         "<w:style w:type='paragraph' w:styleId='A'><w:name w:val='heading 2'/><w:basedOn "
         "w:val='B'/><w:rPr><w:b/></w:rPr></w:style>"
         "<w:style w:type='paragraph' w:styleId='B'><w:basedOn w:val='A'/><w:pPr><w:jc "
@@ -202,6 +203,63 @@ TEST(OpenDocument, ReadsTextListsTablesAndNotes) {
     EXPECT_EQ(text.styleAt(5).superscript, 1);
     EXPECT_EQ(stringOf(read->attributes, document_attribute::kTitle), u"T");
     EXPECT_EQ(read->attributes.find(document_attribute::kKeywords)->array()->size(), 2U);
+}
+
+TEST(OpenDocument, HasThePaperOfItsFirstPage) {
+    const std::string layouts =
+        "<office:automatic-styles><style:page-layout style:name='A'><style:page-layout-properties "
+        "fo:page-width='100pt' fo:page-height='200pt'/></style:page-layout><style:page-layout "
+        "style:name='B'><style:page-layout-properties fo:page-width='300pt' "
+        "fo:page-height='150pt' fo:margin='9pt'/></style:page-layout><style:style style:name='P' "
+        "style:family='paragraph' style:master-page-name='Wide'/></office:automatic-styles>"
+        "<office:master-styles><style:master-page style:name='Usual' "
+        "style:page-layout-name='A'/><style:master-page style:name='Wide' "
+        "style:page-layout-name='B'/></office:master-styles>";
+    struct Case {
+        const char* text;
+        std::u16string_view paper;
+    };
+    const Case cases[] = {
+        {"<text:sequence-decls/><text:p text:style-name='P'>a</text:p>", u"{300, 150}"},
+        {"<text:p>a</text:p><text:p text:style-name='P'>b</text:p>", u"{100, 200}"},
+        {"", u"{100, 200}"},
+    };
+    for (const Case& c : cases) {
+        const auto document = readDocument(
+            Bytes::copyOf("<office:document xmlns:office='urn:oasis:names:tc:opendocument:xmlns:"
+                          "office:1.0' office:mimetype='application/vnd.oasis.opendocument.text'>" +
+                          layouts + "<office:body><office:text>" + c.text +
+                          "</office:text></office:body></office:document>"),
+            "a.fodt", {});
+        ASSERT_TRUE(document.has_value()) << c.text;
+        EXPECT_EQ(stringOf(document->attributes, document_attribute::kPaperSize), c.paper)
+            << c.text;
+    }
+}
+
+TEST(WordBinary, ReadsColoursBehindTextAndPaddingOfCells) {
+    const auto background = [](std::string_view changes) {
+        return wordTextChanges(std::as_bytes(std::span(changes)), {}, {}).text.background;
+    };
+    using Background = std::optional<std::optional<RgbColor>>;
+    const Background red(RgbColor{255, 0, 0}), yellow(RgbColor{255, 255, 0}),
+        none(std::in_place, std::nullopt);
+    EXPECT_EQ(background("\x71\xCA\x0A\0\0\0\xFF\xFF\0\0\0\0\0"sv), red) << "clear";
+    EXPECT_EQ(background("\x71\xCA\x0A\xFF\0\0\0\0\xFF\0\0\1\0"sv), red) << "full";
+    EXPECT_EQ(background("\x71\xCA\x0A\0\0\0\xFF\0\0\0\xFF\0\0"sv), none) << "automatic";
+    EXPECT_EQ(background("\x0C\x2A\7\x71\xCA\x0A\0\0\0\xFF\xFF\0\0\0\0\0"sv), yellow);
+    EXPECT_EQ(background("\x71\xCA\x0A\0"sv), Background()) << "broken off";
+
+    const auto padding = [](const std::string& changes) {
+        const std::string all = changes + std::string("\x08\xD6\x06\0\1\0\0\x64\0", 9);
+        const auto row = wordParagraphChanges(std::as_bytes(std::span(all))).row;
+        return row ? row->padding : -1;
+    };
+    EXPECT_EQ(padding(""), 5.4);
+    EXPECT_EQ(padding("\x02\x96\x28\0"s), 2);
+    EXPECT_EQ(padding("\x34\xD6\x06\0\1\x0A\3\x14\0"s), 1);
+    EXPECT_EQ(padding("\x34\xD6\x06\0\1\x05\3\x14\0"s), 5.4) << "above and below";
+    EXPECT_EQ(padding("\x02\x96\xFF\xFF"s), 5.4) << "negative";
 }
 
 TEST(DocumentReader, SurvivesHostileArchives) {

@@ -194,8 +194,12 @@ TEST(Css, ComputesValues) {
         {"monospace alone is smaller",
          "s,u{font-family:monospace}u{font-size:20px}q{font-family:"
          "monospace,x}",
-         "<code>a</code><s>b</s><u>c</u><q>d</q><p style='font-size:32px'><tt>e",
+         "<code>a</code><s>b</s><u>c</u><q>d</q><p style='font-size:200%'><tt>e",
          "{a|9.75 Courier}{b|9.75 Courier s}{c|15 Courier u}{d\n|Courier}{e|19.5 Courier}"},
+        {"but not where a length gave the size",
+         "p{font-size:32px}q{font-size:50%}pre{font-size:1em}",
+         "<p><code>a</code><q><tt>b</tt></q></p><pre>c</pre>",
+         "{a|24 Courier}{b\n|Courier}{c|9.75 Courier}"},
         {"weights", "p{font-weight:300}b{font-weight:bolder}i{font-weight:600}s{font-weight:599}",
          "<p>a<b>b</b><i>c</i><s>d</s>", "ab{c|b i}{d|s}"},
         {"colours",

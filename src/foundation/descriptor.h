@@ -5,7 +5,7 @@
 
 #include <utility>
 
-namespace corvy::platform {
+namespace corvy {
 
 class Descriptor {
 public:
@@ -32,4 +32,4 @@ private:
     int number_ = -1;
 };
 
-}  // namespace corvy::platform
+}  // namespace corvy
