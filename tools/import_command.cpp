@@ -4,8 +4,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <deque>
-#include <ranges>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -178,8 +178,11 @@ bool readLists(const std::vector<std::string>& lists, ImportOptions& options) {
             complain(list + ": " + reasonOf(contents.error));
             return false;
         }
-        for (const auto line : contents.bytes.chars() | std::views::split('\n')) {
-            if (!line.empty()) options.walk.listed.emplace_back(line.begin(), line.end());
+        std::string_view rest = contents.bytes.chars();
+        while (!rest.empty()) {
+            const std::string_view line = rest.substr(0, rest.find('\n'));
+            if (!line.empty()) options.walk.listed.emplace_back(line);
+            rest.remove_prefix(std::min(line.size() + 1, rest.size()));
         }
     }
     return true;

@@ -18,7 +18,8 @@ void printText(corvy::CorvyStackClient& client, const std::string& path) {
     const std::string content(std::istreambuf_iterator<char>(file), {});
     const auto pdf = client.attributedStringWithPDF(false, corvy::Bytes::copyOf(content));
     const auto text = pdf ? corvy::stringOf(*pdf, u"String") : std::nullopt;
-    std::cout << "text: " << (text ? corvy::toUtf8(text->substr(0, 60)) : "none, not a PDF") << '\n';
+    std::cout << "text: " << (text ? corvy::toUtf8(text->substr(0, 60)) : "none, not a PDF")
+              << '\n';
 }
 
 void printThumbnail(corvy::CorvyStackClient& client, const std::u16string& path) {

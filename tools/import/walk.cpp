@@ -8,7 +8,6 @@
 #include <functional>
 #include <iterator>
 #include <memory>
-#include <ranges>
 #include <utility>
 
 namespace corvy::tools {
@@ -44,7 +43,8 @@ std::optional<std::vector<std::string>> namesInFolder(const std::string& path) {
 Walk::Walk(std::vector<std::string> paths, WalkOptions options)
     : given_(std::move(options.listed)), listed_(given_.size()), options_(std::move(options)) {
     std::ranges::reverse(given_);
-    std::ranges::move(paths | std::views::reverse, std::back_inserter(given_));
+    given_.insert(given_.end(), std::make_move_iterator(paths.rbegin()),
+                  std::make_move_iterator(paths.rend()));
 }
 
 std::optional<FoundFile> Walk::next() {
