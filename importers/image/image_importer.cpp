@@ -5,13 +5,13 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "importers/image/picture_facts.h"
 #include "importers/support/attributes.h"
 #include "importers/support/own_keys.h"
 #include "platform/image_metadata.h"
 #include "platform/image_signature.h"
-#include "foundation/file_contents.h"
 
 namespace corvy {
 

@@ -4,12 +4,12 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "importers/support/attributes.h"
 #include "importers/support/deadline.h"
 #include "importers/support/text_list.h"
 #include "platform/pdf_document.h"
-#include "foundation/file_contents.h"
 #include "platform/xmp_packet.h"
 
 namespace corvy {

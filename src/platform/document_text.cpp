@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "foundation/file_contents.h"
 #include "foundation/text.h"
 #include "platform/document_reader.h"
 #include "platform/document_readers/compound_file.h"
@@ -17,7 +18,6 @@
 #include "platform/document_readers/spreadsheet.h"
 #include "platform/document_readers/word_binary.h"
 #include "platform/document_readers/word_documents.h"
-#include "foundation/file_contents.h"
 
 namespace corvy::platform {
 
