@@ -106,6 +106,11 @@ TEST_F(FileImporterTest, AddsWhatImportersTell) {
     record = imported("a.chm", "\1", told, {});
     EXPECT_EQ(record.text->string, u"told");
     EXPECT_EQ(record.metadata, metadata);
+    for (const char* name : {"a.eml", "a.mbox", "a.vcf", "a.ics"}) {
+        EXPECT_EQ(imported(name, "own", told, {}).text->string, u"told") << name;
+        EXPECT_EQ(imported(name, "own", std::nullopt, {}).text->string, u"own") << name;
+        EXPECT_EQ(imported(name, "own", told, {.metadata = false}).text->string, u"own") << name;
+    }
     EXPECT_FALSE(imported("b.chm", "\1", told, {.texts = false}).text);
     EXPECT_TRUE(imported("empty.chm", "", told, {}).metadata.empty());
     EXPECT_EQ(imported("photo.jpg", "\x89PNG\r\n\x1A\n", std::nullopt, {}).type, "public.png");

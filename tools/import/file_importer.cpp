@@ -44,6 +44,15 @@ bool isXml(std::string_view type) {
     return platform::conformsTo(fromUtf8(type), u"public.xml");
 }
 
+// Text that programs write for programs, in encodings of their own: importers know what a person
+// reads of it.
+bool isForPrograms(std::string_view type) {
+    const std::u16string identifier = fromUtf8(type);
+    return platform::conformsTo(identifier, u"public.message") ||
+           platform::conformsTo(identifier, u"public.contact") ||
+           platform::conformsTo(identifier, u"public.calendar-event");
+}
+
 // The entries of a PDF's answer that have a place of their own in the record, or none.
 constexpr std::u16string_view kKnownKeys[] = {u"String", u"Locked", u"PageCount"};
 
@@ -169,7 +178,7 @@ std::optional<ImportRecord> FileImport::run() {
     const auto start = std::chrono::steady_clock::now();
     try {
         if (examine()) importContents();
-        if (settings_.metadata) addMetadata();
+        if (settings_.metadata && record_.metadata.empty()) addMetadata();
     } catch (const std::bad_alloc&) {
         record_.error = "tooLarge";
     }
@@ -313,6 +322,8 @@ void FileImport::importXml() {
 void FileImport::importText() {
     if (isXml(record_.type)) return importXml();
     if (!settings_.texts) return;
+    if (settings_.metadata && isForPrograms(record_.type)) addMetadata();
+    if (stopped_ || record_.text || !record_.error.empty()) return;
     if (const auto bytes = contents(kLongestPlainText)) {
         addText(platform::readPlainText(*bytes).text);
     }
