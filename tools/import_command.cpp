@@ -4,9 +4,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "foundation/system_log.h"
@@ -32,6 +34,12 @@ namespace {
 // In seconds: above the minute that the helper gives to the text of one document.
 constexpr double kTimeout = 90;
 constexpr std::size_t kMostJobs = 256;
+
+// Tried twice: what ends a worker need not be the picture.
+std::optional<Bytes> thumbnailOf(platform::WorkerPool& pool, const Bytes& tiff) {
+    auto png = encodedPicture(pool, tiff, u"png", kThumbnailSide);
+    return png ? std::move(png) : encodedPicture(pool, tiff, u"png", kThumbnailSide);
+}
 
 struct ImportOptions {
     std::vector<std::string> paths;
@@ -92,10 +100,9 @@ private:
 
     std::optional<Finished> work(std::size_t thread, const Job& job) {
         progress_.begin(job.file.path);
-        FileImporter importer(helpers_[thread], options_.settings,
-                              [&pool = pools_[thread]](const Bytes& tiff, const std::string& path) {
-                                  return writePicture(pool, tiff, path, kThumbnailSide).empty();
-                              });
+        FileImporter importer(
+            helpers_[thread], options_.settings,
+            [&pool = pools_[thread]](const Bytes& tiff) { return thumbnailOf(pool, tiff); });
         auto record = importer.import(job.file, output_.firstNumber() + job.number);
         if (!record) return std::nullopt;
         progress_.addWork(job.file.size);

@@ -56,13 +56,12 @@ const Bytes* pictureIn(const RemoteValue& answer) {
     return picture ? picture->bytes() : nullptr;
 }
 
-std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path,
-                         std::int64_t longestSide) {
+std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path) {
     const PictureName* name = nameOf(path);
     if (name == nullptr) return "the name has to end with " + std::string(kPictureExtensions);
     std::optional<Bytes> picture = tiff;
-    if (longestSide > 0 || std::u16string_view(name->type) != u"tiff") {
-        picture = encodedPicture(pool, tiff, name->type, longestSide);
+    if (std::u16string_view(name->type) != u"tiff") {
+        picture = encodedPicture(pool, tiff, name->type);
     }
     if (!picture) return "the picture could not be encoded";
     const int error = writeFile(path, picture->chars());

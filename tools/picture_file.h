@@ -26,9 +26,8 @@ const Bytes* pictureIn(const RemoteValue& answer);
 std::optional<Bytes> encodedPicture(platform::WorkerPool& pool, const Bytes& picture,
                                     std::u16string_view type, std::int64_t longestSide = 0);
 
-// Writes the picture, a TIFF file in memory, in the format that the path's extension names, as
-// above. Empty when it is written, else the reason.
-std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path,
-                         std::int64_t longestSide = 0);
+// Writes the picture, a TIFF file in memory, in the format that the path's extension names. Empty
+// when it is written, else the reason.
+std::string writePicture(platform::WorkerPool& pool, const Bytes& tiff, const std::string& path);
 
 }  // namespace corvy::tools

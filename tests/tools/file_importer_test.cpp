@@ -32,11 +32,10 @@ protected:
             1);
         Walk walk({folder_.write(name, contents)}, {.isPackage = isPackageName});
         return FileImporter(slot, settings,
-                            [](const Bytes& tiff, const std::string& path) {
+                            [](const Bytes& tiff) {
                                 // As long as a PNG's header, with 3 x 2 pixels in it.
-                                std::ofstream(path)
-                                    << tiff.chars() << std::string("\0\0\0\3\0\0\0\2", 8);
-                                return true;
+                                return Bytes::copyOf(std::string(tiff.chars()) +
+                                                     std::string("\0\0\0\3\0\0\0\2", 8));
                             })
             .import(*walk.next(), 7)
             .value();

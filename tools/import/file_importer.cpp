@@ -15,6 +15,7 @@
 #include "feeds/feed.h"
 #include "feeds/feed_page.h"
 #include "foundation/big_endian.h"
+#include "foundation/file_contents.h"
 #include "foundation/size_string.h"
 #include "foundation/text.h"
 #include "markup/queries.h"
@@ -71,18 +72,6 @@ bool isBlank(std::u16string_view text) {
     });
 }
 
-// The first bytes of a file; empty when it cannot be read.
-std::string headOf(const std::string& path) {
-    std::string head;
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0) return head;
-    head.resize(kHeadLength);
-    const ssize_t count = ::pread(file, head.data(), head.size(), 0);
-    ::close(file);
-    head.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
-    return head;
-}
-
 // Of an output file, such as "text/000007.txt".
 std::string numberedName(const char* folder, std::uint64_t number, const char* extension) {
     char name[60];
@@ -102,10 +91,10 @@ std::u16string plainTextOf(std::u16string text) {
 class FileImport {
 public:
     FileImport(HelperSlot& helper, const ImportSettings& settings,
-               const PictureWriter& writePicture, const FoundFile& file, std::uint64_t number)
+               const ThumbnailMaker& makeThumbnail, const FoundFile& file, std::uint64_t number)
         : helper_(helper),
           settings_(settings),
-          writePicture_(writePicture),
+          makeThumbnail_(makeThumbnail),
           file_(file),
           number_(number) {}
 
@@ -154,7 +143,7 @@ private:
 
     HelperSlot& helper_;
     const ImportSettings& settings_;
-    const PictureWriter& writePicture_;
+    const ThumbnailMaker& makeThumbnail_;
     const FoundFile& file_;
     const std::uint64_t number_;
     ImportRecord record_;
@@ -215,8 +204,9 @@ bool FileImport::examine() {
     } else if (file_.size == 0) {
         fail("empty");
     } else if (!named) {
-        const std::string head = headOf(file_.path);
-        record_.kind = typeForHead(std::as_bytes(std::span(head))).kind;
+        const auto head = contentsOfFile(pathFromBytes(file_.path),
+                                         {.most = kHeadLength, .beginningSuffices = true});
+        record_.kind = typeForHead(head.value_or(Bytes())).kind;
     }
     return record_.error.empty();
 }
@@ -425,21 +415,21 @@ void FileImport::addThumbnail(const Dictionary& entries) {
     const PropertyList* tiff = entries.find(u"Thumbnail");
     if (!wantsThumbnails() || !tiff || !tiff->bytes()) return;
     RecordThumbnail entry{.file = numberedName("thumbnails", number_, "png")};
-    if (!writePicture_(*tiff->bytes(), outPath(entry.file))) return fail("notWritable");
+    const auto png = makeThumbnail_(*tiff->bytes());
     // Width and height stand first in every PNG.
     constexpr std::size_t kSizes = 16;
-    const std::string head = headOf(outPath(entry.file));
-    if (head.size() < kSizes + 8) return;
-    const auto bytes = std::as_bytes(std::span(head));
-    entry.width = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes, 4));
-    entry.height = static_cast<std::int64_t>(bigEndianAt(bytes, kSizes + 4, 4));
+    if (!png || png->size() < kSizes + 8 || writeFile(outPath(entry.file), png->chars()) != 0) {
+        return fail("notWritable");
+    }
+    entry.width = static_cast<std::int64_t>(bigEndianAt(*png, kSizes, 4));
+    entry.height = static_cast<std::int64_t>(bigEndianAt(*png, kSizes + 4, 4));
     record_.thumbnail = std::move(entry);
 }
 
 }  // namespace
 
 std::optional<ImportRecord> FileImporter::import(const FoundFile& file, std::uint64_t number) {
-    return FileImport(helper_, settings_, writePicture_, file, number).run();
+    return FileImport(helper_, settings_, makeThumbnail_, file, number).run();
 }
 
 }  // namespace corvy::tools

@@ -29,15 +29,14 @@ inline constexpr std::int64_t kThumbnailSide = 256;
 // Longer texts stand in no record, in UTF-16 code units.
 inline constexpr std::size_t kLongestInlineText = std::size_t{16} << 20;
 
-// Writes a picture, a TIFF file in memory of any size, as a thumbnail, in the format that the
-// path's extension names. False when that fails.
-using PictureWriter = std::function<bool(const Bytes& tiff, const std::string& path)>;
+// A picture, a TIFF file in memory of any size, as a thumbnail, a PNG. None when that fails.
+using ThumbnailMaker = std::function<std::optional<Bytes>(const Bytes& tiff)>;
 
 class FileImporter {
 public:
     // `helper` is for this importer alone.
-    FileImporter(HelperSlot& helper, const ImportSettings& settings, PictureWriter writePicture)
-        : helper_(helper), settings_(settings), writePicture_(std::move(writePicture)) {}
+    FileImporter(HelperSlot& helper, const ImportSettings& settings, ThumbnailMaker makeThumbnail)
+        : helper_(helper), settings_(settings), makeThumbnail_(std::move(makeThumbnail)) {}
 
     // The record; texts go to text/NUMBER.txt of the folder, pictures to thumbnails/NUMBER.png.
     // None when the helper was stopped in the middle of it.
@@ -46,7 +45,7 @@ public:
 private:
     HelperSlot& helper_;
     ImportSettings settings_;
-    PictureWriter writePicture_;
+    ThumbnailMaker makeThumbnail_;
 };
 
 }  // namespace corvy::tools
