@@ -1,5 +1,6 @@
 // corvystack-helper: the service. Registers the vended object and serves it until it is killed.
 #include <glib.h>
+#include <malloc.h>
 
 #include <csignal>
 #include <cstdio>
@@ -17,7 +18,8 @@
 namespace {
 
 constexpr const char* kSessionBusName = "org.corvystack.Helper64";
-constexpr double kTimeout = 15.0;  // seconds, for a request and for its reply
+constexpr double kTimeout = 15.0;       // seconds, for a request and for its reply
+constexpr int kLargeBlock = 256 << 10;  // bytes
 
 struct Options {
     std::string name{corvy::kCorvyStackHelperName};
@@ -53,6 +55,10 @@ Options parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     const Options options = parse(argc, argv);
     std::signal(SIGPIPE, SIG_IGN);
+    // The process lives for days: large blocks go back to the system when they are freed. Unless
+    // they are set, the limits follow the largest block that was ever freed.
+    mallopt(M_MMAP_THRESHOLD, kLargeBlock);
+    mallopt(M_TRIM_THRESHOLD, kLargeBlock);
 
     corvy::platform::Connection connection;
     corvy::CorvyStackHelper helper(corvy::platform::programFolder());
