@@ -30,7 +30,7 @@ int printItems(std::u16string_view feed, const std::optional<Url>& baseURL, bool
 int feedCommand(int argc, char** argv) {
     CLI::App app("Items of RSS and Atom feeds.", "corvystack feed");
     app.require_subcommand(1);
-    MarkupInput input;
+    MarkupInput input{.isSavedPage = true};
     std::string url, styleSheet;
     bool pretty = false, linked = false;
     auto* items = app.add_subcommand("items", "print one JSON object for each item");

@@ -27,7 +27,7 @@ namespace corvy::tools {
 namespace {
 
 struct HtmlOptions {
-    MarkupInput input{.recogniseUtf8 = true};
+    MarkupInput input{.isSavedPage = true};
     bool raw = false;
     bool json = false;
     bool links = false;

@@ -28,7 +28,7 @@ bool isTextFile(const std::string& file) {
 int textCommand(int argc, char** argv) {
     CLI::App app("Prints the plain text of a page; of a text file, the file itself.",
                  "corvystack text");
-    MarkupInput input{.recogniseUtf8 = true};
+    MarkupInput input{.isSavedPage = true};
     PlainTextOptions options;
     bool noAlts = false, simple = false;
     app.add_option("FILE", input.file, "the page; - for standard input")->required();
@@ -56,7 +56,7 @@ int errorPageCommand(int argc, char** argv) {
         "Tells whether a page is an error page of its server, or one for readers who load too "
         "many pages: 0 and its kind, else 1.",
         "corvystack errorpage");
-    MarkupInput input{.recogniseUtf8 = true};
+    MarkupInput input{.isSavedPage = true};
     std::string givenTitle, url;
     app.add_option("FILE", input.file, "the page or its text; - for standard input")->required();
     app.add_option("--title", givenTitle, "instead of the page's own title")->type_name("TITLE");

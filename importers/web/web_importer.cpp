@@ -85,7 +85,9 @@ bool importWeb(CorvyAttributes* out, const char* contentType, const char* path) 
     }
     const auto bytes =
         contentsOfFile(pathFromBytes(path), {.most = kMostBytes, .beginningSuffices = true});
-    const auto source = bytes ? stringWithMarkupData(bytes->span()) : std::nullopt;
+    if (!bytes) return false;
+    auto source = stringWithMarkedUtf16(bytes->span());
+    if (!source) source = stringWithMarkupData(bytes->span());
     if (!source) return false;
     if (isFeed(*source)) {
         importFeed(attributes, *source);

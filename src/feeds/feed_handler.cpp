@@ -46,10 +46,6 @@ constexpr NamedTag kLongNames[] = {
 
 constexpr std::u16string_view kRedirectService = u"http://news.google.com/news/url?";
 
-bool isEmpty(const std::optional<std::u16string>& text) {
-    return !text || text->empty();
-}
-
 bool isClosed(const TagCall& call) {
     return isTagClosedCharacters(call.characters, call.tagRange());
 }
@@ -66,7 +62,7 @@ std::u16string_view textFrom(std::uint64_t start, const TagCall& call) {
 void assign(FeedContext& feed, std::optional<std::u16string>& field, std::u16string_view text,
             FeedEntities entities) {
     std::optional<std::u16string> section = std::exchange(feed.pendingSection, std::nullopt);
-    if (!isEmpty(field)) return;
+    if (field) return;
     if (!section) {
         field = GetFeedContent(text, entities);
     } else if (!section->empty()) {
@@ -88,8 +84,9 @@ bool isOfService(std::u16string_view relation) {
 }
 
 void readLinkTarget(const TagCall& call, FeedContext& feed) {
-    if (!isEmpty(feed.link) || isOfService(attributeViewOfTag(call, u"REL"))) return;
-    feed.link = stringByConvertingStandardEntitiesToCharacters(attributeViewOfTag(call, u"HREF"));
+    if (feed.link || isOfService(attributeViewOfTag(call, u"REL"))) return;
+    const std::u16string_view target = attributeViewOfTag(call, u"HREF");
+    if (!target.empty()) feed.link = stringByConvertingStandardEntitiesToCharacters(target);
 }
 
 // kept: only the tag at hand is asked whether it is a permanent link. An end tag never says no.

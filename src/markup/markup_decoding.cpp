@@ -91,4 +91,10 @@ std::optional<std::u16string> stringWithMarkupContentsOfFile(std::u16string_view
     return stringWithMarkupData(*content, {.defaultEncoding = defaultEncoding});
 }
 
+std::optional<std::u16string> stringWithMarkedUtf16(std::span<const std::byte> data) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
+    if (!bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF")) return std::nullopt;
+    return textOf(tryToCreateStringWithEncoding(data, kUTF16)).value_or(std::u16string());
+}
+
 }  // namespace corvy

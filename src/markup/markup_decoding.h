@@ -33,4 +33,8 @@ std::optional<std::u16string> stringWithMarkupData(std::span<const std::byte> da
 std::optional<std::u16string> stringWithMarkupContentsOfFile(
     std::u16string_view path, Encoding defaultEncoding = Encoding::kUTF8);
 
+// The text of bytes behind a byte-order mark of UTF-16; none without the mark. To be asked first
+// where the bytes are a saved file: the others go by declared charsets only.
+std::optional<std::u16string> stringWithMarkedUtf16(std::span<const std::byte> data);
+
 }  // namespace corvy

@@ -24,10 +24,8 @@ namespace {
 std::optional<std::string> textByMark(std::string_view bytes) {
     constexpr std::string_view kMark8 = "\xEF\xBB\xBF";
     if (bytes.starts_with(kMark8)) return std::string(bytes.substr(kMark8.size()));
-    if (!bytes.starts_with("\xFF\xFE") && !bytes.starts_with("\xFE\xFF")) return std::nullopt;
-    const auto decoded =
-        tryToCreateStringWithEncoding(std::as_bytes(std::span(bytes)), Encoding::kUTF16);
-    return decoded ? toUtf8(decoded->text) : std::string();
+    const auto wide = stringWithMarkedUtf16(std::as_bytes(std::span(bytes)));
+    return wide ? std::optional(toUtf8(*wide)) : std::nullopt;
 }
 
 // By the transport, else by the rule that names it, else UTF-8.

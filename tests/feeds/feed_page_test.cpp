@@ -58,7 +58,7 @@ TEST_F(FeedPageTest, ConvertsFeeds) {
              "&nbsp;(2048 bytes)<br/>\n</p></div>\n</div>\n" +
              kEnd},
         {u"<rss><item><description>Array</description></item>", kBodyStart + kEnd},
-        {u"<rss><item><description>d</description></item>",
+        {u"<rss><item><link><![CDATA[]]></link><link><description>d</description></item>",
          kBodyStart +
              "\n<div class=\"feed_header\"><br/></div>"
              "<div class=\"feed_article\">\nd\n</div>\n" +

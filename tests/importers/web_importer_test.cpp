@@ -36,6 +36,7 @@ TEST(WebImporter, TakesWhatThereIs) {
         {"a.html", "<body><html lang=fr>", u"kMDItemLanguages", ""},
         {"a.html", "<html><meta http-equiv=Content-Language content='de, fr'>", u"kMDItemLanguages",
          R"(["de", "fr"])"},
+        {"a.html", {"\xFF\xFEg\0r\0\xFC\0n\0", 10}, u"kMDItemTextContent", "\"gr\xC3\xBCn\""},
         {"a.html", "only text", u"kMDItemTextContent", R"("only text")"},
         {"a.xml", "<?xml version='1.0'?><a t='x'>one <b>two</b><c/></a>", u"kMDItemTextContent",
          R"("one two")"},

@@ -168,6 +168,7 @@ TEST_F(FileImporterTest, ReadsHtmlByItsCharset) {
         {"a.html", "<meta charset=gb2312>gr\xC3\xBCn", u"gr\xFCn"},
         {"a.HTM", "<meta charset=windows-1251><body>\xE0", u"\x0430"},
         {"a.xhtml", "<?xml version='1.0' encoding='iso-8859-1'?><p>\xE4</p>", u"\xE4"},
+        {"a.html", {"\xFF\xFEg\0r\0\xFC\0n\0", 10}, u"gr\xFCn"},
         {"a.html", "no markup", u"no markup"},
     };
     for (const Case& c : cases) {

@@ -16,6 +16,8 @@ TEST(MarkupCommands, AnswerAndTellByTheirExitStatus) {
     const std::string bare = folder.write("bare.html", "no markup \xE4");
     const std::string feed = folder.write(
         "feed", "<rss><title>\xC3\xA9</title><item><link>/l</link><title>t</title></item>");
+    const std::string wideFeed = folder.write(
+        "wide", {"\xFE\xFF\0<\0r\0s\0s\0>\0<\0i\0t\0e\0m\0>\0<\0i\0t\0e\0m\0/\0>", 38});
     struct Case {
         std::vector<std::string> arguments;
         int status;
@@ -46,6 +48,7 @@ TEST(MarkupCommands, AnswerAndTellByTheirExitStatus) {
          "{\"title\": \"t\", \"description\": \"\", \"content\": \"\", \"author\": \"\", "
          "\"date\": \"\", \"link\": \"http://a/l\"}\n"},
         {{"feed", "html", "--style", bare, feed}, 0, "<html>\n<head>\n<meta "},
+        {{"feed", "items", wideFeed}, 0, "{\"title\": \"\", "},
         {{"feed", "items", page}, 1, ""},
         {{"feed", feed}, 2, ""},
         {{"charset", "detect", page}, 0, "ISO-8859-1\n"},

@@ -12,6 +12,7 @@ namespace corvy::tools {
 
 std::optional<std::u16string> textOfSavedPage(std::span<const std::byte> page) {
     const std::string_view chars(reinterpret_cast<const char*>(page.data()), page.size());
+    if (auto text = stringWithMarkedUtf16(page)) return text;
     // Only ASCII is no sign of UTF-8: other sets write themselves in it as well.
     const auto isHigh = [](char c) { return static_cast<unsigned char>(c) >= 0x80; };
     if (std::any_of(chars.begin(), chars.end(), isHigh)) {
@@ -32,8 +33,8 @@ std::optional<std::u16string> readMarkup(const MarkupInput& input) {
         const std::u16string charset = fromUtf8(input.charset);
         text = stringWithMarkupData(contents.bytes, {.encodingName = charset});
     } else {
-        text = input.recogniseUtf8 ? textOfSavedPage(contents.bytes)
-                                   : stringWithMarkupData(contents.bytes);
+        text = input.isSavedPage ? textOfSavedPage(contents.bytes)
+                                 : stringWithMarkupData(contents.bytes);
     }
     if (!text) complain(input.file + ": not text in any encoding that fits");
     return text;

@@ -9,14 +9,15 @@
 namespace corvy::tools {
 
 struct MarkupInput {
-    std::string file = "-";      // "-" is standard input
-    std::string charset = {};    // what the transport would declare; empty: nothing
-    bool plain = false;          // UTF-8, whatever the text says of itself
-    bool recogniseUtf8 = false;  // as textOfSavedPage, unless a charset is given
+    std::string file = "-";    // "-" is standard input
+    std::string charset = {};  // what the transport would declare; empty: nothing
+    bool plain = false;        // UTF-8, whatever the text says of itself
+    bool isSavedPage = false;  // as textOfSavedPage, unless a charset is given
 };
 
-// The text of a page; none when nothing decodes it. Saved pages were often converted to UTF-8, and
-// still name the character set they had: bytes that can hardly be anything but UTF-8 are that.
+// The text of a page or feed; none when nothing decodes it. Saved pages were often converted, and
+// still name the character set they had: bytes behind a mark of UTF-16, and bytes that can hardly
+// be anything but UTF-8, are that.
 std::optional<std::u16string> textOfSavedPage(std::span<const std::byte> page);
 
 // The text of the file; none, after a message, when it cannot be read or is none.
