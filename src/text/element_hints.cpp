@@ -231,6 +231,8 @@ Hint hintOfTag(std::u16string_view tag) {
     const std::size_t end = tag.size() - (tag.ends_with(u'>') ? 1 : 0);
     std::size_t i = 1;
     while (i < end && !isBlank(tag[i]) && tag[i] != u'/') ++i;
+    // The ids of single paragraphs are often made by a machine.
+    const bool countsIds = !equalsAscii(tag.substr(1, i - 1), "p");
     while (i < end) {
         while (i < end && (isBlank(tag[i]) || tag[i] == u'/')) ++i;
         const std::size_t nameStart = i;
@@ -251,7 +253,7 @@ Hint hintOfTag(std::u16string_view tag) {
                 value = tag.substr(start, i - start);
             }
         }
-        if (equalsAscii(name, "class") || equalsAscii(name, "id")) {
+        if (equalsAscii(name, "class") || (countsIds && equalsAscii(name, "id"))) {
             names.read(value);
         } else {
             hint = std::max(hint, hintOfAttribute(name, value));

@@ -136,6 +136,18 @@ TEST(ArticleReader, LeavesOutSectionsBehindTheText) {
               "References\n\n" + toUtf8(articleLines()));
 }
 
+TEST(ArticleReader, KeepsLinkedHeadingsOfListsAndClosingLines) {
+    const auto film = [](const std::u16string& name) {
+        return u"<h3><a href=x>" + name + u"</a></h3>" + paragraph(kOther);
+    };
+    const std::u16string closing = u"<p>The end.</p>",
+                         links = u"<p>More on <a href=x>site</a>.</p>";
+    EXPECT_EQ(bodyOf(article() + film(u"Dunkirk") + film(u"Columbus") + film(u"Get Out") + closing +
+                     links),
+              toUtf8(articleLines() + u"\n\nDunkirk\n\n" + kOther + u"\n\nColumbus\n\n" + kOther +
+                     u"\n\nGet Out\n\n" + kOther + u"\n\nThe end."));
+}
+
 TEST(ArticleReader, TakesTheTitle) {
     struct Case {
         const char* name;
@@ -213,6 +225,8 @@ TEST(ElementHints, ReadClassAndId) {
         {u"<div class = menu/>", Hint::kAround},
         {u"<div class='menu>", Hint::kAround},
         {u"<div class=", Hint::kNone},
+        {u"<p id=NavzzU>", Hint::kNone},
+        {u"<p class=caption>", Hint::kAround},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(hintOfTag(c.tag), c.hint) << toUtf8(c.tag);
