@@ -52,6 +52,29 @@ TEST(ArticleReader, WritesEachKindOfBlock) {
                                    kOther));
 }
 
+TEST(ArticleReader, ReadsInlineMarkup) {
+    struct Case {
+        std::u16string_view inlined, text;
+    };
+    static constexpr Case cases[] = {
+        {u"<x-mark><b>and</b></x-mark>", u"and"},
+        {u"<i aria-hidden=true>home</i><span hidden>a<span>b</span>c</span>and", u"and"},
+        {u"<span style='display: none'/>and<img hidden>", u"and"},
+        // A formula is read once: not its source, nor how it is drawn.
+        {u"<span><math><mi>x</mi><annotation>{x}</annotation></math></span>"
+         u"<span aria-hidden=true><span>x</span>x</span>",
+         u"x"},
+        {u"<span style='display:none'><math><mi>x</mi></math></span><img alt=x>", u"x"},
+        {u"and <span hidden>never closed", u"and"},
+    };
+    for (const Case& c : cases) {
+        const std::u16string inlined(c.inlined), text(c.text);
+        EXPECT_EQ(bodyOf(paragraph(kFirst + (u" " + inlined)) + paragraph(kSecond)),
+                  toUtf8(kFirst + (u" " + text) + u"\n\n" + kSecond))
+            << toUtf8(inlined);
+    }
+}
+
 TEST(ArticleReader, LeavesOutWhatIsAroundTheText) {
     const std::u16string more = paragraph(kOther);
     const std::u16string arounds[] = {
