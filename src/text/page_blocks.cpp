@@ -8,6 +8,7 @@
 #include "markup/entities.h"
 #include "markup/tag_scan.h"
 #include "text/element_hints.h"
+#include "text/prose.h"
 
 namespace corvy {
 
@@ -258,7 +259,7 @@ private:
             if (isInvisible(c)) continue;
             if (pending != 0 && (out != begin || inBlock_)) *out++ = pending;
             pending = 0;
-            *out++ = c;
+            *out++ = readableUnit(c);
         }
         pending_ = pending;
         add(static_cast<std::size_t>(out - begin));
@@ -271,7 +272,8 @@ private:
             while (!text.empty() && (text[0] == u'\n' || text[0] == u'\r')) text.remove_prefix(1);
         }
         char16_t* const begin = page_.text.get() + length_;
-        char16_t* const end = std::remove(begin, std::copy(text.begin(), text.end(), begin), u'\r');
+        char16_t* const end = std::remove(
+            begin, std::transform(text.begin(), text.end(), begin, readableUnit), u'\r');
         pending_ = 0;
         add(static_cast<std::size_t>(end - begin));
     }

@@ -66,6 +66,7 @@ TEST(ArticleReader, ReadsInlineMarkup) {
          u"x"},
         {u"<span style='display:none'><math><mi>x</mi></math></span><img alt=x>", u"x"},
         {u"and <span hidden>never closed", u"and"},
+        {u"&#147;and&#148;&#150;it&#146;s\u0085", u"\u201Cand\u201D\u2013it\u2019s\u2026"},
     };
     for (const Case& c : cases) {
         const std::u16string inlined(c.inlined), text(c.text);
@@ -183,6 +184,8 @@ TEST(ArticleReader, TakesTheTitle) {
          u"<h1>The Weekly</h1><h2>The flood &amp; we</h2>", u"The Weekly"},
         {"of the lower heading", u"The flood, by day - Site",
          u"<h1>Site</h1><h2>The flood, by day</h2>", u"The flood, by day"},
+        {"heading with a quotation mark of old", u"It&#146;s over | Site",
+         u"<h1>Site</h1><h2>It\u2019s over</h2>", u"It\u2019s over"},
         {"heading in front of the text", u"Untitled", u"<h1>The flood</h1>", u"The flood"},
         {"head without the site", u"The flood &amp; we - The Weekly", u"", u"The flood & we"},
         {"none at all", u"", u"", u""},
