@@ -194,11 +194,15 @@ private:
             const PageBlock& next = page_.blocks[last + 1];
             const bool sameList = parts_[lastElement].item != 0 && parts_[next.element].item != 0 &&
                                   page_.elements[next.element].parent == lastOuter;
-            if (!(sameList || next.element == lastElement) || !belongs(next)) break;
+            if (!(sameList || next.element == lastElement || isClosingLine(next, lastElement)) ||
+                !belongs(next)) {
+                break;
+            }
             ++last;
         }
         const std::uint64_t all = parts_[main].kept;
         std::uint64_t seen = 0;
+        const std::vector<std::uint64_t> sections = sectionHeadings(first, last);
         unsigned closedLevel = 0;  // of the heading of a section that is no part of the text
         for (std::size_t i = first; i <= last; ++i) {
             const PageBlock& block = page_.blocks[i];
@@ -213,7 +217,8 @@ private:
             }
             if (closedLevel != 0) continue;
             seen += prose_[i];
-            chosen_[i] = (prose_[i] != 0 || belongs(block)) && !isBoilerplate(text);
+            const bool kept = prose_[i] != 0 || belongs(block) || isOneOfMany(sections, i, last);
+            chosen_[i] = kept && !isBoilerplate(text);
         }
         dropShortTail(first, last);
         dropEmptyHeadings(first, last);
@@ -251,6 +256,51 @@ private:
     bool isKeptHeading(const PageBlock& block) const {
         return elementOf(block).kind == ElementKind::kHeading && !parts_[block.element].left &&
                block.linkLength * 2 <= block.length;
+    }
+
+    // A paragraph behind the last one of prose: "The end.", or a long one with many links.
+    bool isClosingLine(const PageBlock& block, std::uint32_t lastElement) const {
+        constexpr std::uint32_t kLong = 100;
+        const PageElement& own = elementOf(block);
+        const PageElement& before = page_.elements[lastElement];
+        return own.kind == ElementKind::kParagraph && before.kind == ElementKind::kParagraph &&
+               own.parent == before.parent && !parts_[block.element].left &&
+               (block.length >= kLong ||
+                (block.linkLength == 0 && endsAsSentence(page_.textOf(block))));
+    }
+
+    // The headings in front of prose beside them, each as its place: element around and level.
+    std::vector<std::uint64_t> sectionHeadings(std::size_t first, std::size_t last) const {
+        std::vector<std::uint64_t> places;
+        for (std::size_t i = first; i <= last; ++i) {
+            if (headsProse(i, last)) places.push_back(placeOf(i));
+        }
+        std::sort(places.begin(), places.end());
+        return places;
+    }
+
+    std::uint64_t placeOf(std::size_t i) const {
+        const PageElement& heading = elementOf(page_.blocks[i]);
+        return std::uint64_t{heading.parent} << 8 | heading.level;
+    }
+
+    bool headsProse(std::size_t i, std::size_t last) const {
+        const PageElement& heading = elementOf(page_.blocks[i]);
+        if (heading.kind != ElementKind::kHeading || parts_[page_.blocks[i].element].left) {
+            return false;
+        }
+        while (++i <= last && parts_[page_.blocks[i].element].left) {
+        }
+        return i <= last && prose_[i] != 0 && elementOf(page_.blocks[i]).parent == heading.parent;
+    }
+
+    // Lists of films or programs have headings that are links. A single one leads to another text.
+    bool isOneOfMany(const std::vector<std::uint64_t>& sections, std::size_t i,
+                     std::size_t last) const {
+        constexpr std::ptrdiff_t kMany = 3;
+        if (!headsProse(i, last)) return false;
+        const auto [begin, end] = std::equal_range(sections.begin(), sections.end(), placeOf(i));
+        return end - begin >= kMany;
     }
 
     // A heading stays when text follows before the next one of its level or above.

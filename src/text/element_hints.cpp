@@ -196,16 +196,19 @@ Hint hintOfRole(std::u16string_view role) {
     return Hint::kNone;
 }
 
+bool isHiding(std::u16string_view name, std::u16string_view value) {
+    switch (name.size()) {
+        case 5: return equalsAscii(name, "style") && hides(value);
+        case 6: return equalsAscii(name, "hidden");
+        case 11: return equalsAscii(name, "aria-hidden") && equalsAscii(value, "true");
+        default: return false;
+    }
+}
+
 Hint hintOfAttribute(std::u16string_view name, std::u16string_view value) {
     switch (name.size()) {
         case 4:
             if (equalsAscii(name, "role")) return hintOfRole(value);
-            break;
-        case 5:
-            if (equalsAscii(name, "style") && hides(value)) return Hint::kAround;
-            break;
-        case 6:
-            if (equalsAscii(name, "hidden")) return Hint::kAround;
             break;
         case 8:
             if (equalsAscii(name, "itemprop")) {
@@ -213,21 +216,14 @@ Hint hintOfAttribute(std::u16string_view name, std::u16string_view value) {
                 if (equalsAscii(value, "comment")) return Hint::kComments;
             }
             break;
-        case 11:
-            if (equalsAscii(name, "aria-hidden") && equalsAscii(value, "true")) {
-                return Hint::kAround;
-            }
-            break;
-        default: break;
+        default: return isHiding(name, value) ? Hint::kAround : Hint::kNone;
     }
     return Hint::kNone;
 }
 
-}  // namespace
-
-Hint hintOfTag(std::u16string_view tag) {
-    Hint hint = Hint::kNone;
-    NameReader names;
+// Calls `read` with the name and the value of each attribute; the value is empty without one.
+template <typename Read>
+void readAttributes(std::u16string_view tag, const Read& read) {
     const std::size_t end = tag.size() - (tag.ends_with(u'>') ? 1 : 0);
     std::size_t i = 1;
     while (i < end && !isBlank(tag[i]) && tag[i] != u'/') ++i;
@@ -251,13 +247,33 @@ Hint hintOfTag(std::u16string_view tag) {
                 value = tag.substr(start, i - start);
             }
         }
-        if (equalsAscii(name, "class") || equalsAscii(name, "id")) {
+        read(name, value);
+    }
+}
+
+}  // namespace
+
+Hint hintOfTag(std::u16string_view tag) {
+    Hint hint = Hint::kNone;
+    NameReader names;
+    // The ids of single paragraphs are often made by a machine.
+    const bool countsIds = tag.size() < 3 || lowered(tag[1]) != u'p' || !isBlank(tag[2]);
+    readAttributes(tag, [&](std::u16string_view name, std::u16string_view value) {
+        if (equalsAscii(name, "class") || (countsIds && equalsAscii(name, "id"))) {
             names.read(value);
         } else {
             hint = std::max(hint, hintOfAttribute(name, value));
         }
-    }
+    });
     return std::max(hint, names.hint());
+}
+
+bool hidesText(std::u16string_view tag) {
+    bool hides = false;
+    readAttributes(tag, [&hides](std::u16string_view name, std::u16string_view value) {
+        hides = hides || isHiding(name, value);
+    });
+    return hides;
 }
 
 }  // namespace corvy

@@ -11,4 +11,7 @@ namespace corvy {
 // `tag` is a start tag, "<" through ">".
 Hint hintOfTag(std::u16string_view tag);
 
+// Whether the start tag says that what it holds is not shown, or not read out.
+bool hidesText(std::u16string_view tag);
+
 }  // namespace corvy

@@ -89,16 +89,18 @@ bool isNamedNotFound(std::u16string_view url) {
                        [url](auto name) { return hasSuffixNoCase(url, name); });
 }
 
+bool tellsNotFound(std::u16string_view text) {
+    return std::any_of(std::begin(kNotFoundPhrases), std::end(kNotFoundPhrases),
+                       [text](auto phrase) { return containsNoCase(text, phrase); });
+}
+
 }  // namespace
 
 bool isErrorPageTitle(std::u16string_view title, std::u16string_view text,
                       std::u16string_view url) {
     if (!title.empty() && titleTellsError(title, text, url)) return true;
     if (text.empty()) return false;
-    if (isNamedNotFound(url)) {
-        return std::any_of(std::begin(kNotFoundPhrases), std::end(kNotFoundPhrases),
-                           [text](auto phrase) { return containsNoCase(text, phrase); });
-    }
+    if (isNamedNotFound(url) && tellsNotFound(text)) return true;
     return equalStringsNoCaseUsingCharacterSetRep(text, kServerBusy, alphaNumCharacterSetRep());
 }
 

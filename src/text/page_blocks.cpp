@@ -8,6 +8,7 @@
 #include "markup/entities.h"
 #include "markup/tag_scan.h"
 #include "text/element_hints.h"
+#include "text/prose.h"
 
 namespace corvy {
 
@@ -39,6 +40,9 @@ enum class Markup : std::uint8_t {
     kBreak,  // br
     kRule,   // hr
     kTitle,
+    kSpan,  // inline markup that can hide its text
+    kMath,
+    kAnnotation,  // of a formula: its source beside it
 };
 
 struct Name {
@@ -65,6 +69,10 @@ Name nameOf(std::uint64_t key) {
         case keyOf("h5"):
         case keyOf("h6"):
             return {Markup::kElement, K::kHeading, static_cast<std::uint8_t>((key >> 8) - '0')};
+        case keyOf("i"):
+        case keyOf("span"): return {Markup::kSpan, K::kGroup, 0};
+        case keyOf("math"): return {Markup::kMath, K::kGroup, 0};
+        case keyOf("annotati"): return {Markup::kAnnotation, K::kGroup, 0};
         case keyOf("p"): return element(K::kParagraph);
         case keyOf("li"):
         case keyOf("dt"):
@@ -145,13 +153,21 @@ public:
         if (call.tagKind != TagKindElement || call.nameLength == 0) return;
         const std::uint64_t key = keyOf(call.name());
         Name name = nameOf(key);
+        const bool starts = call.characters[call.tagLocation + 1] != u'/';
         // The elements that pages define for themselves are mostly blocks.
-        if (name.markup == Markup::kInline && call.name().find(u'-') < call.nameLength) {
+        if (name.markup == Markup::kInline && call.name().find(u'-') < call.nameLength &&
+            !isInLine(key, starts)) {
             name = element(ElementKind::kGroup);
         }
-        const bool starts = call.characters[call.tagLocation + 1] != u'/';
         switch (name.markup) {
             case Markup::kInline: return;
+            case Markup::kSpan:
+                if (call.tag().ends_with(u"/>")) return;
+                return readUnseen(key, starts,
+                                  call.tagLength > call.nameLength + 8 && hidesText(call.tag()));
+            // The formula is the text of a hidden part, whose picture stands beside it.
+            case Markup::kMath: unseen_ = 0; return;
+            case Markup::kAnnotation: return readUnseen(key, starts, true);
             case Markup::kLink: inLink_ = starts && !isOwnAddress(call); return;
             case Markup::kBreak: return breakLine();
             case Markup::kRule: return endBlock();
@@ -162,6 +178,7 @@ public:
         }
         endBlock();
         inTitle_ = false;
+        unseen_ = 0;
         if (starts) {
             start(key, name, call);
         } else {
@@ -186,6 +203,21 @@ private:
                findUnit(call.tag(), u'#') < call.tagLength;
     }
 
+    // An element of the page's own inside a paragraph or a heading does not part its text.
+    bool isInLine(std::uint64_t key, bool starts) const {
+        const ElementKind kind = page_.elements[open_.back().element].kind;
+        if (kind != ElementKind::kParagraph && kind != ElementKind::kHeading) return false;
+        return starts || std::none_of(open_.begin(), open_.end(),
+                                      [key](const Open& open) { return open.key == key; });
+    }
+
+    // Counts the elements of one name from the one on that hides its text.
+    void readUnseen(std::uint64_t key, bool starts, bool hides) {
+        if (unseen_ != 0 ? key != unseenKey_ : !(starts && hides)) return;
+        unseenKey_ = key;
+        unseen_ += starts ? 1 : -1;
+    }
+
     static constexpr std::size_t kDeepest = 500;
     static constexpr std::size_t kLongestTitle = 1000;
 
@@ -194,7 +226,7 @@ private:
             page_.title += text.substr(0, kLongestTitle - page_.title.size());
             return;
         }
-        if (open_.back().silent) return;
+        if (open_.back().silent || unseen_ != 0) return;
         if (open_.back().code) return readCode(decoded(text));
         const std::size_t reference = readWords(text, true);
         if (reference < text.size()) readWords(decoded(text.substr(reference)), false);
@@ -227,7 +259,7 @@ private:
             if (isInvisible(c)) continue;
             if (pending != 0 && (out != begin || inBlock_)) *out++ = pending;
             pending = 0;
-            *out++ = c;
+            *out++ = readableUnit(c);
         }
         pending_ = pending;
         add(static_cast<std::size_t>(out - begin));
@@ -240,7 +272,8 @@ private:
             while (!text.empty() && (text[0] == u'\n' || text[0] == u'\r')) text.remove_prefix(1);
         }
         char16_t* const begin = page_.text.get() + length_;
-        char16_t* const end = std::remove(begin, std::copy(text.begin(), text.end(), begin), u'\r');
+        char16_t* const end = std::remove(
+            begin, std::transform(text.begin(), text.end(), begin, readableUnit), u'\r');
         pending_ = 0;
         add(static_cast<std::size_t>(end - begin));
     }
@@ -355,6 +388,8 @@ private:
     char16_t pending_ = 0;  // blank or line feed in front of the next text of the block
     bool inLink_ = false;
     bool inTitle_ = false;
+    std::uint64_t unseenKey_ = 0;
+    int unseen_ = 0;  // depth inside inline markup that hides its text
 };
 
 }  // namespace

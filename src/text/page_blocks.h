@@ -62,7 +62,7 @@ struct PageBlock {
 struct PageBlocks {
     std::vector<PageElement> elements;  // the first stands for the page
     std::vector<PageBlock> blocks;
-    std::unique_ptr<char16_t[]> text;  // references decoded, white space made single blanks
+    std::unique_ptr<char16_t[]> text;  // as it is read: references decoded, single blanks
     std::u16string title;              // of the head, at most 1000 units
 
     std::u16string_view textOf(const PageBlock& block) const {

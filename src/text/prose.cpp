@@ -103,7 +103,8 @@ bool closesText(std::u16string_view heading) {
 
 std::u16string collapsed(std::u16string_view text) {
     std::u16string out;
-    for (const char16_t c : text) {
+    for (const char16_t unit : text) {
+        const char16_t c = readableUnit(unit);
         if (c > u' ' && !isWhite(c)) {
             out += c;
         } else if (!out.empty() && out.back() != u' ') {

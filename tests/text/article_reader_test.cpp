@@ -52,6 +52,30 @@ TEST(ArticleReader, WritesEachKindOfBlock) {
                                    kOther));
 }
 
+TEST(ArticleReader, ReadsInlineMarkup) {
+    struct Case {
+        std::u16string_view inlined, text;
+    };
+    static constexpr Case cases[] = {
+        {u"<x-mark><b>and</b></x-mark>", u"and"},
+        {u"<i aria-hidden=true>home</i><span hidden>a<span>b</span>c</span>and", u"and"},
+        {u"<span style='display: none'/>and<img hidden>", u"and"},
+        // A formula is read once: not its source, nor how it is drawn.
+        {u"<span><math><mi>x</mi><annotation>{x}</annotation></math></span>"
+         u"<span aria-hidden=true><span>x</span>x</span>",
+         u"x"},
+        {u"<span style='display:none'><math><mi>x</mi></math></span><img alt=x>", u"x"},
+        {u"and <span hidden>never closed", u"and"},
+        {u"&#147;and&#148;&#150;it&#146;s\u0085", u"\u201Cand\u201D\u2013it\u2019s\u2026"},
+    };
+    for (const Case& c : cases) {
+        const std::u16string inlined(c.inlined), text(c.text);
+        EXPECT_EQ(bodyOf(paragraph(kFirst + (u" " + inlined)) + paragraph(kSecond)),
+                  toUtf8(kFirst + (u" " + text) + u"\n\n" + kSecond))
+            << toUtf8(inlined);
+    }
+}
+
 TEST(ArticleReader, LeavesOutWhatIsAroundTheText) {
     const std::u16string more = paragraph(kOther);
     const std::u16string arounds[] = {
@@ -136,6 +160,18 @@ TEST(ArticleReader, LeavesOutSectionsBehindTheText) {
               "References\n\n" + toUtf8(articleLines()));
 }
 
+TEST(ArticleReader, KeepsLinkedHeadingsOfListsAndClosingLines) {
+    const auto film = [](const std::u16string& name) {
+        return u"<h3><a href=x>" + name + u"</a></h3>" + paragraph(kOther);
+    };
+    const std::u16string closing = u"<p>The end.</p>",
+                         links = u"<p>More on <a href=x>site</a>.</p>";
+    EXPECT_EQ(bodyOf(article() + film(u"Dunkirk") + film(u"Columbus") + film(u"Get Out") + closing +
+                     links),
+              toUtf8(articleLines() + u"\n\nDunkirk\n\n" + kOther + u"\n\nColumbus\n\n" + kOther +
+                     u"\n\nGet Out\n\n" + kOther + u"\n\nThe end."));
+}
+
 TEST(ArticleReader, TakesTheTitle) {
     struct Case {
         const char* name;
@@ -148,6 +184,8 @@ TEST(ArticleReader, TakesTheTitle) {
          u"<h1>The Weekly</h1><h2>The flood &amp; we</h2>", u"The Weekly"},
         {"of the lower heading", u"The flood, by day - Site",
          u"<h1>Site</h1><h2>The flood, by day</h2>", u"The flood, by day"},
+        {"heading with a quotation mark of old", u"It&#146;s over | Site",
+         u"<h1>Site</h1><h2>It\u2019s over</h2>", u"It\u2019s over"},
         {"heading in front of the text", u"Untitled", u"<h1>The flood</h1>", u"The flood"},
         {"head without the site", u"The flood &amp; we - The Weekly", u"", u"The flood & we"},
         {"none at all", u"", u"", u""},
@@ -213,6 +251,8 @@ TEST(ElementHints, ReadClassAndId) {
         {u"<div class = menu/>", Hint::kAround},
         {u"<div class='menu>", Hint::kAround},
         {u"<div class=", Hint::kNone},
+        {u"<p id=NavzzU>", Hint::kNone},
+        {u"<p class=caption>", Hint::kAround},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(hintOfTag(c.tag), c.hint) << toUtf8(c.tag);
