@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "foundation/text.h"
-#include "markup/entities.h"
 #include "text/page_blocks.h"
 #include "text/prose.h"
 
@@ -345,8 +344,9 @@ private:
     // the text, else the title in the head.
     std::u16string title() const {
         constexpr std::size_t kLeast = 8;
-        const std::u16string inHead =
-            collapsed(stringByConvertingEntitiesToCharacters(page_.title));
+        std::u16string inHead = page_.title;
+        inHead.resize(decodeReferences(inHead, inHead.data()));
+        inHead = collapsed(inHead);
         const std::size_t start = static_cast<std::size_t>(
             std::find(chosen_.begin(), chosen_.end(), true) - chosen_.begin());
         std::u16string_view best, first;

@@ -5,7 +5,6 @@
 
 #include "foundation/character_tables.h"
 #include "foundation/find_unit.h"
-#include "markup/entities.h"
 #include "markup/tag_scan.h"
 #include "text/element_hints.h"
 #include "text/prose.h"
@@ -235,7 +234,7 @@ private:
     std::u16string_view decoded(std::u16string_view text) {
         if (findUnit(text, u'&') == text.size()) return text;
         decoded_.resize(std::max(decoded_.size(), text.size()));
-        const std::size_t length = convertEntitiesToCharacters(text, decoded_.data());
+        const std::size_t length = decodeReferences(text, decoded_.data());
         return std::u16string_view(decoded_).substr(0, length);
     }
 

@@ -6,6 +6,8 @@
 #include <span>
 
 #include "foundation/character_tables.h"
+#include "foundation/find_unit.h"
+#include "markup/entities.h"
 
 namespace corvy {
 
@@ -67,7 +69,50 @@ bool isOneOf(std::span<const std::u16string_view> beginnings, std::u16string_vie
            });
 }
 
+// A numeric reference to a character beyond 16 bits.
+struct WideReference {
+    std::size_t start = 0;
+    std::size_t length = 0;  // 0: there is none
+    char32_t character = 0;
+};
+
+unsigned digitOf(char16_t c) {
+    if (c >= u'0' && c <= u'9') return c - u'0';
+    const auto lower = static_cast<char16_t>(c | 0x20);
+    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10U : 16U;
+}
+
+WideReference firstWideReference(std::u16string_view text) {
+    constexpr std::size_t kShortest = 8;  // &#65536;
+    for (std::size_t start = findUnit(text, u'&'); start + kShortest <= text.size();
+         start = findUnit(text, u'&', start + 1)) {
+        if (text[start + 1] != u'#') continue;
+        const unsigned base = (text[start + 2] | 0x20) == u'x' ? 16 : 10;
+        std::size_t end = start + (base == 16 ? 3 : 2);
+        char32_t character = 0;
+        while (end < text.size() && character <= 0x10FFFF && digitOf(text[end]) < base) {
+            character = character * base + digitOf(text[end++]);
+        }
+        if (character <= 0xFFFF || character > 0x10FFFF) continue;
+        if (end < text.size() && text[end] == u';') ++end;
+        return {.start = start, .length = end - start, .character = character};
+    }
+    return {.start = text.size()};
+}
+
 }  // namespace
+
+std::size_t decodeReferences(std::u16string_view text, char16_t* destination) {
+    char16_t* out = destination;
+    while (true) {
+        const WideReference wide = firstWideReference(text);
+        out += convertEntitiesToCharacters(text.substr(0, wide.start), out);
+        if (wide.length == 0) return static_cast<std::size_t>(out - destination);
+        *out++ = static_cast<char16_t>(0xD7C0 + (wide.character >> 10));
+        *out++ = static_cast<char16_t>(0xDC00 | (wide.character & 0x3FF));
+        text.remove_prefix(wide.start + wide.length);
+    }
+}
 
 Prose proseOf(std::u16string_view text) {
     std::uint32_t commas = 0;

@@ -2,6 +2,7 @@
 // lines that pages put around prose.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,6 +19,10 @@ inline constexpr char16_t kWindowsUnits[32] = {
 constexpr char16_t readableUnit(char16_t c) {
     return c < 0x80 || c > 0x9F ? c : kWindowsUnits[c - 0x80];
 }
+
+// Decodes all character references, those of emoji included. Returns the number of units written,
+// at most text.size(); `destination` may be where the text is.
+std::size_t decodeReferences(std::u16string_view text, char16_t* destination);
 
 struct Prose {
     bool isProse = false;      // in sentences, or long

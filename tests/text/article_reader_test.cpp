@@ -67,6 +67,8 @@ TEST(ArticleReader, ReadsInlineMarkup) {
         {u"<span style='display:none'><math><mi>x</mi></math></span><img alt=x>", u"x"},
         {u"and <span hidden>never closed", u"and"},
         {u"&#147;and&#148;&#150;it&#146;s\u0085", u"\u201Cand\u201D\u2013it\u2019s\u2026"},
+        {u"&#128512;&amp;#x1F600 &#x10FFFFx &#1114112; &#65535;",
+         u"\U0001F600&#x1F600 \U0010FFFFx &#1114112; \uFFFF"},
     };
     for (const Case& c : cases) {
         const std::u16string inlined(c.inlined), text(c.text);
