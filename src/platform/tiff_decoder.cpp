@@ -1,81 +1,22 @@
 #include "platform/tiff_decoder.h"
 
-#include <tiffio.h>
-
-#include <algorithm>
-#include <cstdio>
-#include <cstring>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/image_metadata.h"
 #include "platform/raster_operations.h"
+#include "platform/tiff_memory.h"
 
 namespace corvy::platform {
 
 namespace {
 
-constexpr tmsize_t kMostBytesAtOnce = tmsize_t{1} << 29;
-
-// A file in memory, as the library wants to read it.
-struct MemoryFile {
-    std::span<const std::byte> bytes;
-    std::size_t position = 0;
-
-    tmsize_t read(void* to, std::size_t most) {
-        const std::size_t start = std::min(position, bytes.size());
-        const std::size_t count = std::min(most, bytes.size() - start);
-        if (count > 0) std::memcpy(to, bytes.data() + start, count);
-        position = start + count;
-        return static_cast<tmsize_t>(count);
-    }
-    toff_t seek(toff_t offset, int origin) {
-        const std::size_t base =
-            origin == SEEK_CUR ? position : (origin == SEEK_END ? bytes.size() : 0);
-        position = base + offset;
-        return position;
-    }
-};
-
-MemoryFile& fileOf(thandle_t handle) {
-    return *static_cast<MemoryFile*>(handle);
-}
-
-struct TiffCloser {
-    void operator()(TIFF* tiff) const noexcept { TIFFClose(tiff); }
-};
-using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
-
-struct OptionsFreer {
-    void operator()(TIFFOpenOptions* options) const noexcept { TIFFOpenOptionsFree(options); }
-};
-
-// `file` outlives the handle.
 TiffHandle openPage(MemoryFile& file, std::uint32_t page) {
-    const TIFFErrorHandlerExtR silent = [](TIFF*, void*, const char*, const char*, va_list) {
-        return 1;
-    };
-    const std::unique_ptr<TIFFOpenOptions, OptionsFreer> options(TIFFOpenOptionsAlloc());
-    if (!options) return nullptr;
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), silent, nullptr);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), silent, nullptr);
-    TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMostBytesAtOnce);
-    TiffHandle tiff(TIFFClientOpenExt(
-        "memory", "rm", &file,
-        [](thandle_t handle, void* to, tmsize_t size) {
-            return fileOf(handle).read(to, static_cast<std::size_t>(size));
-        },
-        [](thandle_t, void*, tmsize_t) { return tmsize_t{-1}; },
-        [](thandle_t handle, toff_t offset, int origin) {
-            return fileOf(handle).seek(offset, origin);
-        },
-        [](thandle_t) { return 0; },
-        [](thandle_t handle) { return static_cast<toff_t>(fileOf(handle).bytes.size()); }, nullptr,
-        nullptr, options.get()));
-    if (tiff && page > 0 && TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page)) == 0) {
-        return nullptr;
-    }
-    return tiff;
+    TiffHandle tiff = openTiff(file, "rm");
+    const bool isThere =
+        tiff && (page == 0 || TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page)) != 0);
+    return isThere ? std::move(tiff) : nullptr;
 }
 
 // What the library lays out as alpha, blue, green and red from the highest bits down.
@@ -88,7 +29,7 @@ void swapRedAndBlue(std::vector<std::uint32_t>& pixels) {
 }  // namespace
 
 bool isLumaChromaTiff(std::span<const std::byte> bytes, std::uint32_t page) {
-    MemoryFile file{bytes};
+    MemoryFile file(bytes);
     const TiffHandle tiff = openPage(file, page);
     std::uint16_t meaning = 0;
     std::uint16_t compression = 0;
@@ -98,7 +39,7 @@ bool isLumaChromaTiff(std::span<const std::byte> bytes, std::uint32_t page) {
 }
 
 std::optional<Raster> decodeTiff(std::span<const std::byte> bytes, std::uint32_t page) {
-    MemoryFile file{bytes};
+    MemoryFile file(bytes);
     const TiffHandle tiff = openPage(file, page);
     TIFFRGBAImage image;
     char reason[1024];
