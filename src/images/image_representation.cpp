@@ -19,7 +19,7 @@ using platform::ImageFormat;
 using platform::ImageSource;
 
 constexpr double kPointsPerInch = 72;
-// Beyond these a file's resolution means nothing.
+// Between these a file's resolution means something: 1 is for pixels that are as wide as high.
 constexpr double kLeastDpi = 1;
 constexpr double kMostDpi = 100'000;
 
@@ -30,7 +30,7 @@ Size sizeOf(PixelSize pixels) {
 double resolution(const Dictionary& properties, std::u16string_view key) {
     const PropertyList* value = properties.find(key);
     const double dpi = value ? value->number().value_or(0) : 0;
-    return dpi >= kLeastDpi && dpi <= kMostDpi ? dpi : kPointsPerInch;
+    return dpi > kLeastDpi && dpi <= kMostDpi ? dpi : kPointsPerInch;
 }
 
 // A picture of a file that is decoded anew, and no finer than needed, whenever it is drawn.

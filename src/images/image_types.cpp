@@ -6,7 +6,6 @@
 #include <initializer_list>
 #include <iterator>
 
-#include "foundation/ascii_case.h"
 #include "foundation/big_endian.h"
 #include "foundation/resource_file.h"
 #include "foundation/resource_fork.h"
@@ -87,31 +86,13 @@ std::optional<std::u16string> firstPDFIn(std::u16string_view folder) {
     return first;
 }
 
-int hexValue(char16_t unit) {
-    if (unit >= u'0' && unit <= u'9') return unit - u'0';
-    const char16_t lower = asciiLower(unit);
-    return lower >= u'a' && lower <= u'f' ? lower - u'a' + 10 : -1;
-}
-
 // None unless it is the address of a file on this machine.
 std::optional<std::u16string> pathOfFileURL(const Url& url) {
     const UrlParts parts = partsOfURL(url.absoluteString);
     if (!isOneOf(parts.scheme, {u"file"})) return std::nullopt;
     if (parts.authority && !parts.authority->empty() && !isOneOf(parts.authority, {u"localhost"}))
         return std::nullopt;
-    std::string bytes;
-    for (std::size_t i = 0; i < parts.path.size(); ++i) {
-        const bool isEscape = parts.path[i] == u'%' && i + 2 < parts.path.size() &&
-                              hexValue(parts.path[i + 1]) >= 0 && hexValue(parts.path[i + 2]) >= 0;
-        if (isEscape) {
-            bytes +=
-                static_cast<char>(hexValue(parts.path[i + 1]) << 4 | hexValue(parts.path[i + 2]));
-            i += 2;
-        } else {
-            bytes += toUtf8(parts.path.substr(i, 1));
-        }
-    }
-    return pathFromBytes(bytes);
+    return pathFromBytes(bytesOfEscapedPath(parts.path));
 }
 
 bool isDecodedAsImage(platform::ImageDecoder decoder) {

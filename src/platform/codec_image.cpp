@@ -145,7 +145,7 @@ bool settleAlpha(Raster& raster) {
     return any != 0 && all != 255;
 }
 
-std::optional<Raster> rasterOf(const AVFrame& frame, ImageFormat format) {
+std::optional<Raster> rasterOf(const AVFrame& frame) {
     const PixelSize size{static_cast<std::uint32_t>(std::max(0, frame.width)),
                          static_cast<std::uint32_t>(std::max(0, frame.height))};
     const auto pixels = static_cast<AVPixelFormat>(frame.format);
@@ -158,12 +158,12 @@ std::optional<Raster> rasterOf(const AVFrame& frame, ImageFormat format) {
         SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP, nullptr, nullptr,
         nullptr));
     if (!scaler) return std::nullopt;
-    // Pictures use the full range of values, which JPEG 2000 files do not say.
-    const bool isFull = format == ImageFormat::jpeg2000 || frame.color_range == AVCOL_RANGE_JPEG;
     const int* coefficients = sws_getCoefficients(SWS_CS_ITU601);
+    // Pictures use the full range of values, which their decoders do not say.
+    constexpr int kFull = 1;
     constexpr int kUnchanged = 1 << 16;
-    sws_setColorspaceDetails(scaler.get(), coefficients, isFull ? 1 : 0, coefficients, 1, 0,
-                             kUnchanged, kUnchanged);
+    sws_setColorspaceDetails(scaler.get(), coefficients, kFull, coefficients, kFull, 0, kUnchanged,
+                             kUnchanged);
 
     Raster raster{size.width, size.height, {}, false};
     raster.rgba.resize(std::size_t{4} * size.width * size.height);
@@ -198,11 +198,11 @@ std::optional<Raster> decodeByCodec(std::span<const std::byte> bytes, ImageForma
     if (format == ImageFormat::xpm) {
         const auto shortened = withShortColours(bytes);
         const Frame frame = decode(shortened, format, 0);
-        return frame ? rasterOf(*frame, format) : std::nullopt;
+        return frame ? rasterOf(*frame) : std::nullopt;
     }
     Frame frame = decode(bytes, format, halvings);
     if (!frame && halvings > 0) frame = decode(bytes, format, 0);
-    auto raster = frame ? rasterOf(*frame, format) : std::nullopt;
+    auto raster = frame ? rasterOf(*frame) : std::nullopt;
     // The rows of PFM files go from the bottom to the top, which the library leaves to others.
     const bool isFromBottom =
         format == ImageFormat::pnm && codecOfPnm(bytes) == AV_CODEC_ID_PFM && raster;

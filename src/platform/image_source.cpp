@@ -10,6 +10,7 @@
 #include "platform/image_signature.h"
 #include "platform/mac_paint.h"
 #include "platform/raster_operations.h"
+#include "platform/tiff_decoder.h"
 #include "platform/vips_image.h"
 
 namespace corvy::platform {
@@ -159,11 +160,19 @@ std::optional<Raster> ImageSource::picture(std::size_t index, const DecodeTarget
 std::optional<Raster> ImageSource::stored(std::size_t index, const DecodeTarget& target) const {
     std::optional<Raster> whole;
     switch (entryOf(format_).decoder) {
-        case ImageDecoder::vips:
-            return decodeByVips(bytes_, format_,
-                                {.target = target,
-                                 .file = file_.empty() ? nullptr : file_.c_str(),
-                                 .page = static_cast<std::uint32_t>(index)});
+        case ImageDecoder::vips: {
+            const auto page = static_cast<std::uint32_t>(index);
+            const bool isTiff = format_ == ImageFormat::tiff;
+            if (!isTiff || !isLumaChromaTiff(bytes_, page)) {
+                auto raster = decodeByVips(bytes_, format_,
+                                           {.target = target,
+                                            .file = file_.empty() ? nullptr : file_.c_str(),
+                                            .page = page});
+                if (raster || !isTiff) return raster;
+            }
+            whole = decodeTiff(bytes_, page);
+            break;
+        }
         case ImageDecoder::embedded: return largestPreview(target);
         case ImageDecoder::macPaint: whole = decodeMacPaint(bytes_); break;
         case ImageDecoder::codec:

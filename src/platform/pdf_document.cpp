@@ -285,7 +285,8 @@ AttributedText PdfDocument::attributedText() {
 
 std::optional<Size> PdfDocument::pageSize(std::size_t index) const {
     if (state_->locked) return std::nullopt;
-    return sizeOfPage(*state_->document, static_cast<int>(index) + 1);
+    const auto size = sizeOfPage(*state_->document, static_cast<int>(index) + 1);
+    return size ? std::optional(sizeOf(0, 0, size->width, size->height)) : std::nullopt;
 }
 
 std::optional<Raster> PdfDocument::pictureOfPage(std::size_t index, PixelSize size,

@@ -1,16 +1,14 @@
 #include "platform/tiff_encoder.h"
 
-#include <tiffio.h>
-
 #include <algorithm>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <span>
 #include <utility>
 #include <vector>
+
+#include "platform/tiff_memory.h"
 
 namespace corvy::platform {
 
@@ -20,82 +18,6 @@ constexpr float kPixelsPerInch = 72;
 constexpr std::size_t kBytesPerPixel = 4;  // of a raster
 // Readers take one strip at a time; larger ones compress better.
 constexpr std::size_t kStripBytes = std::size_t{1} << 16;
-
-// A file in memory, as the library wants to write it.
-class MemoryFile {
-public:
-    std::vector<std::byte> bytes;
-
-    tmsize_t write(std::span<const std::byte> data) {
-        try {
-            const std::size_t end = position_ + data.size();
-            if (end > bytes.capacity()) bytes.reserve(std::max(end, bytes.capacity() * 2));
-            if (end > bytes.size()) bytes.resize(end);
-        } catch (const std::bad_alloc&) {
-            return -1;
-        }
-        std::ranges::copy(data, bytes.begin() + static_cast<std::ptrdiff_t>(position_));
-        position_ += data.size();
-        return static_cast<tmsize_t>(data.size());
-    }
-
-    tmsize_t read(std::span<std::byte> data) {
-        const std::size_t start = std::min(position_, bytes.size());
-        const std::size_t count = std::min(data.size(), bytes.size() - start);
-        std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(start), count, data.begin());
-        position_ = start + count;
-        return static_cast<tmsize_t>(count);
-    }
-
-    toff_t seek(toff_t offset, int origin) {
-        const std::size_t base =
-            origin == SEEK_CUR ? position_ : (origin == SEEK_END ? bytes.size() : 0);
-        position_ = base + offset;
-        return position_;
-    }
-
-private:
-    std::size_t position_ = 0;
-};
-
-MemoryFile& fileOf(thandle_t handle) {
-    return *static_cast<MemoryFile*>(handle);
-}
-
-struct TiffCloser {
-    void operator()(TIFF* tiff) const noexcept { TIFFClose(tiff); }
-};
-using TiffHandle = std::unique_ptr<TIFF, TiffCloser>;
-
-// `file` outlives the handle. What goes wrong is told by results, not on standard error.
-TiffHandle openForWriting(MemoryFile& file) {
-    struct OptionsFreer {
-        void operator()(TIFFOpenOptions* options) const noexcept { TIFFOpenOptionsFree(options); }
-    };
-    const TIFFErrorHandlerExtR silent = [](TIFF*, void*, const char*, const char*, va_list) {
-        return 1;
-    };
-    const std::unique_ptr<TIFFOpenOptions, OptionsFreer> options(TIFFOpenOptionsAlloc());
-    if (!options) return nullptr;
-    TIFFOpenOptionsSetErrorHandlerExtR(options.get(), silent, nullptr);
-    TIFFOpenOptionsSetWarningHandlerExtR(options.get(), silent, nullptr);
-    return TiffHandle(TIFFClientOpenExt(
-        "memory", "wm", &file,
-        [](thandle_t handle, void* data, tmsize_t size) {
-            return fileOf(handle).read(
-                {static_cast<std::byte*>(data), static_cast<std::size_t>(size)});
-        },
-        [](thandle_t handle, void* data, tmsize_t size) {
-            return fileOf(handle).write(
-                {static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
-        },
-        [](thandle_t handle, toff_t offset, int origin) {
-            return fileOf(handle).seek(offset, origin);
-        },
-        [](thandle_t) { return 0; },
-        [](thandle_t handle) { return static_cast<toff_t>(fileOf(handle).bytes.size()); }, nullptr,
-        nullptr, options.get()));
-}
 
 bool setFields(TIFF* tiff, const Raster& raster, TiffCompression compression,
                std::uint32_t rowsPerStrip) {
@@ -161,14 +83,15 @@ std::optional<Bytes> tiffRepresentation(const Raster& raster, TiffCompression co
     const auto rowsPerStrip = static_cast<std::uint32_t>(
         std::clamp<std::size_t>(kStripBytes / rowBytes, 1, raster.height));
     try {
-        MemoryFile file;
-        const TiffHandle tiff = openForWriting(file);
+        std::vector<std::byte> bytes;
+        MemoryFile file(bytes);
+        const TiffHandle tiff = openTiff(file, "wm");
         // The directory is written here and not on closing, which would not tell of its failure.
         if (!tiff || !setFields(tiff.get(), raster, compression, rowsPerStrip) ||
             !writeStrips(tiff.get(), raster, rowsPerStrip) || TIFFWriteDirectory(tiff.get()) == 0) {
             return std::nullopt;
         }
-        return Bytes(std::move(file.bytes));
+        return Bytes(std::move(bytes));
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }

@@ -66,6 +66,20 @@ VipsPicture load(const Source& source, ImageFormat format, const LoadOptions& op
     });
 }
 
+// Of numbers of 32 bits the library does not know that the largest is white.
+VipsPicture withShortNumbers(VipsPicture picture) {
+    if (!picture || vips_image_get_format(picture.get()) != VIPS_FORMAT_UINT) return picture;
+    const VipsPicture numbers = vipsResult([&](VipsImage** out) {
+        return vips_cast(picture.get(), out, VIPS_FORMAT_USHORT, "shift", TRUE, nullptr);
+    });
+    if (!numbers) return nullptr;
+    const bool isGrey = vips_image_get_interpretation(picture.get()) == VIPS_INTERPRETATION_B_W;
+    return vipsResult([&](VipsImage** out) {
+        return vips_copy(numbers.get(), out, "interpretation",
+                         isGrey ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_RGB16, nullptr);
+    });
+}
+
 PixelSize sizeOf(const VipsPicture& picture) {
     return {static_cast<std::uint32_t>(vips_image_get_width(picture.get())),
             static_cast<std::uint32_t>(vips_image_get_height(picture.get()))};
@@ -263,6 +277,7 @@ std::optional<Raster> decodeByVips(std::span<const std::byte> bytes, ImageFormat
     } else if (loading.shrink > 1) {
         picture = load(sourceOf(bytes, options.file), format, loading);
     }
+    picture = withShortNumbers(std::move(picture));
     if (!picture) return std::nullopt;
     picture = scaled(picture.get(), wanted);
     return picture ? rasterOf(std::move(picture)) : std::nullopt;

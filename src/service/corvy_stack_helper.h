@@ -38,7 +38,7 @@ public:
     std::optional<Dictionary> attributedStringWithPDF(bool attributed, const Bytes& pdf);
     // Duration and size of a movie or sound, 0 where it has none, and a frame if it can be had.
     Dictionary posterImageForMovieWithFile(std::u16string_view path);
-    // A document as RTFD. Not built yet: none.
+    // A document as flat RTFD, with its attributes; none when it cannot be read.
     std::optional<Dictionary> attributedStringWithContentsOfFile(std::u16string_view path);
     // Text, source and address of a web archive, as far as it gives them.
     Dictionary searchableTextOfWebArchive(std::u16string_view path);

@@ -1,5 +1,6 @@
 #include "service/html_worker.h"
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -9,6 +10,7 @@
 #include "foundation/converters.h"
 #include "foundation/text.h"
 #include "markup/charset_names.h"
+#include "markup/markup_charset.h"
 #include "markup/markup_decoding.h"
 #include "platform/html_import/html_importer.h"
 #include "platform/rich_text/rtfd.h"
@@ -26,6 +28,49 @@ std::optional<std::string> textByMark(std::string_view bytes) {
     if (bytes.starts_with(kMark8)) return std::string(bytes.substr(kMark8.size()));
     const auto wide = stringWithMarkedUtf16(std::as_bytes(std::span(bytes)));
     return wide ? std::optional(toUtf8(*wide)) : std::nullopt;
+}
+
+// UTF-16 without a mark, as two characters of ASCII at its start give it away.
+std::optional<std::string> textOfWideUnits(std::string_view bytes) {
+    constexpr std::size_t kUnits = 2;
+    if (bytes.size() < 2 * kUnits) return std::nullopt;
+    const bool isBig = bytes[0] == '\0';
+    for (std::size_t i = 0; i < 2 * kUnits; ++i) {
+        if ((bytes[i] == '\0') != (i % 2 == (isBig ? 0 : 1))) return std::nullopt;
+    }
+    return textByMark((isBig ? "\xFE\xFF" : "\xFF\xFE") + std::string(bytes));
+}
+
+// Which a page that says so in single bytes is not.
+bool saysUtf16(std::string_view bytes) {
+    constexpr std::size_t kHead = 4096;
+    return markupEncoding(fromUtf8(bytes.substr(0, kHead))) == Encoding::kUTF16;
+}
+
+// Pages in ISO-8859-1 and its like mean by the controls of that set what windows-1252 has there.
+std::u16string withoutLatinControls(std::u16string text) {
+    constexpr char16_t kFirst = 0x80;
+    std::array<std::byte, 32> controls;
+    for (std::size_t i = 0; i < controls.size(); ++i)
+        controls[i] = static_cast<std::byte>(kFirst + i);
+    const auto meant = tryToCreateStringWithEncoding(controls, Encoding::kWindows1252);
+    if (!meant || meant->text.size() != controls.size()) return text;
+    for (char16_t& unit : text) {
+        if (unit >= kFirst && unit < kFirst + controls.size()) unit = meant->text[unit - kFirst];
+    }
+    return text;
+}
+
+// By what the sender says, who knows better than a page that may have been converted since, as long
+// as the bytes bear that out.
+std::optional<std::u16string> textByName(std::span<const std::byte> data,
+                                         std::u16string_view name) {
+    Encoding encoding = CFEncodingFromName(name);
+    if (encoding == Encoding::kInvalid || encoding == Encoding::kUTF16) return std::nullopt;
+    if (encoding == Encoding::kASCII) encoding = Encoding::kWindows1252;
+    auto decoded = tryToCreateStringWithEncoding(data, encoding);
+    if (!decoded || decoded->replacements > 0) return std::nullopt;
+    return std::move(decoded->text);
 }
 
 // By the transport, else by the rule that names it, else UTF-8.
@@ -68,12 +113,21 @@ std::string markupText(std::span<const std::byte> data,
                        std::optional<std::u16string_view> charset) {
     const std::string_view bytes(reinterpret_cast<const char*>(data.data()), data.size());
     if (auto marked = textByMark(bytes)) return *std::move(marked);
-    MarkupDataOptions options;
-    options.encodingName = charset;
-    // What is not UTF-8 and says nothing of itself is most likely old and western.
-    if (!fromStrictUtf8(bytes)) options.defaultEncoding = Encoding::kWindows1252;
-    const auto text = stringWithMarkupData(data, options);
-    return text ? toUtf8(*text) : std::string(bytes);
+    if (auto wide = textOfWideUnits(bytes)) return *std::move(wide);
+    const bool isUtf8 = fromStrictUtf8(bytes).has_value();
+    const bool isNamedUtf16 = charset && CFEncodingFromName(*charset) == Encoding::kUTF16;
+    if (isUtf8 && (isNamedUtf16 || saysUtf16(bytes))) return std::string(bytes);
+
+    auto text = charset ? textByName(data, *charset) : std::nullopt;
+    if (!text) {
+        MarkupDataOptions options;
+        options.encodingName = charset;
+        // What is not UTF-8 and says nothing of itself is most likely old and western.
+        if (!isUtf8) options.defaultEncoding = Encoding::kWindows1252;
+        text = stringWithMarkupData(data, options);
+    }
+    if (!text) return std::string(bytes);
+    return toUtf8(isUtf8 ? *text : withoutLatinControls(*std::move(text)));
 }
 
 platform::AttributedText attributedTextOfPage(std::string_view page, std::optional<Url> baseURL,

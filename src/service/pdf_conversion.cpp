@@ -99,7 +99,7 @@ std::optional<Dictionary> attributedStringWithPDF(const std::optional<Bytes>& pd
         out.set(u"Locked", true);
     } else if (options.attributed) {
         const PropertyList* rtfd = answer->result.find(pdf_exchange::kRtfd);
-        if (rtfd != nullptr) out.set(u"String", *rtfd);
+        if (rtfd != nullptr && pageCount > 0) out.set(u"String", *rtfd);
     } else if (imported) {
         out.set(u"String", fixedAndNormalizedString(*imported));
     } else if (pageCount > 0) {

@@ -199,10 +199,13 @@ TEST(Image, TakesPointsFromTheResolution) {
     const std::string seventyTwo("\x48\0\0\0\1\0\0\0", 8);
     const std::size_t at = tiff.find(seventyTwo);
     ASSERT_NE(at, std::string::npos);
-    tiff[at] = '\x90';
-    const Image image = Image::initWithData(Bytes::copyOf(tiff), u"");
-    EXPECT_EQ(image.size(), (Size{72, 72}));
-    EXPECT_EQ(image.pixelSize(), (Size{144, 72}));
+    // Some write 1 when they know nothing of inches.
+    for (const auto& [dpi, width] : {std::pair('\x90', 72), std::pair('\1', 144)}) {
+        tiff[at] = dpi;
+        const Image image = Image::initWithData(Bytes::copyOf(tiff), u"");
+        EXPECT_EQ(image.size(), (Size{double(width), 72}));
+        EXPECT_EQ(image.pixelSize(), (Size{144, 72}));
+    }
 }
 
 TEST(Thumbnail, GivesPropertiesOnlyWithAPicture) {

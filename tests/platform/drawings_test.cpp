@@ -93,6 +93,7 @@ TEST(PdfDocument, DrawsPagesAsTheyAreSeen) {
         {"/Rotate 90", {100, 200}, {37, 25}},
         {"/CropBox[50 0 200 100]", {150, 100}, {10, 12}},
         {"/Rotate 180", {200, 100}, {75, 37}},
+        {"/CropBox[0 0 195.276 100]", {195.276, 100}, {25, 12}},
     };
     for (const Case& c : cases) {
         const std::string pdf = pdfOf(c.entries);

@@ -165,6 +165,39 @@ TEST(ImageEncoder, GivesBackWhatItWasGiven) {
     EXPECT_FALSE(encodedPicture({}, {.type = Type::png}));
 }
 
+TEST(ImageSource, TakesNumbersForWhatTheyMean) {
+    // One strip behind a directory of nine fields.
+    const auto tiff = [](unsigned height, unsigned bits, unsigned meaning, unsigned samples,
+                         const std::string& strip) {
+        constexpr std::size_t kStrip = 8 + 2 + 9 * 12 + 4;
+        return std::string("MM\0\x2A", 4) + bigEndian(8, 4) + bigEndian(9, 2) + field(256, 3, 2) +
+               field(257, 3, height) + field(258, 3, bits) + field(259, 3, 1) +
+               field(262, 3, meaning) + field(273, 4, kStrip) + field(277, 3, samples) +
+               field(278, 3, height) + field(279, 4, strip.size()) + bigEndian(0, 4) + strip;
+    };
+    constexpr Colour kDark{64, 64, 64, 255};
+    constexpr Colour kLight{192, 192, 192, 255};
+    struct Case {
+        const char* name;
+        std::string file;
+        Colour first, last;
+    };
+    const Case cases[] = {
+        {"greys of 16 bits", "P5 2 1 65535\n" + bigEndian(0x4000C000, 4), kDark, kLight},
+        {"greys of 32 bits", tiff(1, 32, 1, 1, bigEndian(0x40000000C0000000, 8)), kDark, kLight},
+        {"brightness of each pixel, colour of four", tiff(2, 8, 6, 3, "LLLL\x55\xFF"), kRed, kRed},
+        {"brightness alone", tiff(2, 8, 6, 3, std::string("\x40\x40\xC0\xC0\x80\x80")), kDark,
+         kLight},
+    };
+    for (const Case& c : cases) {
+        const auto source = sourceOf(c.file);
+        const auto out = source ? source->picture(0) : std::nullopt;
+        ASSERT_TRUE(out) << c.name;
+        EXPECT_TRUE(isNear(pixelAt(*out, 0, 0), c.first, 2)) << c.name;
+        EXPECT_TRUE(isNear(pixelAt(*out, 1, out->height - 1), c.last, 2)) << c.name;
+    }
+}
+
 TEST(VipsImage, ScalesWithoutBleedingAndWithoutGrowing) {
     // The colour of clear pixels must not shine through where they meet others.
     const Raster raster = halves({64, 64}, {0, 255, 0, 0}, kRed);

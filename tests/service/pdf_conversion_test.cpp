@@ -125,6 +125,7 @@ TEST(PdfConversion, AttributedTextIsRtfd) {
     ASSERT_TRUE(rtfd);
     EXPECT_TRUE(rtfd->chars().starts_with(std::string_view("rtfd\0\0\0\0\3\0\0\0", 12)));
     EXPECT_NE(rtfd->chars().find("\\f0\\fs24 \\cf0 styled\\\n}"), std::string_view::npos);
+    EXPECT_EQ(keysOf(convert(pdfOf({}), {.attributed = true})), Keys{u"PageCount"});
 }
 
 TEST(PdfConversion, ProducersDecideWhoReads) {
