@@ -36,6 +36,7 @@ PropertyList answerTo(const PropertyList& question, bool hasNetwork,
 
 std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request,
                                   const HtmlConversionContext& context) {
+    if (html.empty()) return std::nullopt;
     platform::WorkerRequest work;
     work.family = html_exchange::kFamily;
     work.operation = html_exchange::kConvert;

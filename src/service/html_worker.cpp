@@ -1,6 +1,6 @@
 #include "service/html_worker.h"
 
-#include <array>
+#include <algorithm>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "foundation/converters.h"
+#include "foundation/latin_controls.h"
 #include "foundation/text.h"
 #include "markup/charset_names.h"
 #include "markup/markup_charset.h"
@@ -45,20 +46,6 @@ std::optional<std::string> textOfWideUnits(std::string_view bytes) {
 bool saysUtf16(std::string_view bytes) {
     constexpr std::size_t kHead = 4096;
     return markupEncoding(fromUtf8(bytes.substr(0, kHead))) == Encoding::kUTF16;
-}
-
-// Pages in ISO-8859-1 and its like mean by the controls of that set what windows-1252 has there.
-std::u16string withoutLatinControls(std::u16string text) {
-    constexpr char16_t kFirst = 0x80;
-    std::array<std::byte, 32> controls;
-    for (std::size_t i = 0; i < controls.size(); ++i)
-        controls[i] = static_cast<std::byte>(kFirst + i);
-    const auto meant = tryToCreateStringWithEncoding(controls, Encoding::kWindows1252);
-    if (!meant || meant->text.size() != controls.size()) return text;
-    for (char16_t& unit : text) {
-        if (unit >= kFirst && unit < kFirst + controls.size()) unit = meant->text[unit - kFirst];
-    }
-    return text;
 }
 
 // By what the sender says, who knows better than a page that may have been converted since, as long
@@ -127,7 +114,8 @@ std::string markupText(std::span<const std::byte> data,
         text = stringWithMarkupData(data, options);
     }
     if (!text) return std::string(bytes);
-    return toUtf8(isUtf8 ? *text : withoutLatinControls(*std::move(text)));
+    if (!isUtf8) std::ranges::transform(*text, text->begin(), readableUnit);
+    return toUtf8(*text);
 }
 
 platform::AttributedText attributedTextOfPage(std::string_view page, std::optional<Url> baseURL,

@@ -5,6 +5,7 @@
 
 #include "foundation/character_tables.h"
 #include "foundation/find_unit.h"
+#include "foundation/latin_controls.h"
 #include "markup/tag_scan.h"
 #include "text/element_hints.h"
 #include "text/prose.h"

@@ -7,6 +7,7 @@
 
 #include "foundation/character_tables.h"
 #include "foundation/find_unit.h"
+#include "foundation/latin_controls.h"
 #include "markup/entities.h"
 
 namespace corvy {

@@ -109,7 +109,8 @@ TEST(HtmlProcess, DecodesPages) {
         const char* text;
     };
     const Case cases[] = {
-        {"nothing", "", std::nullopt, ""},
+        {"nothing", "", std::nullopt, "(none)"},
+        {"next to nothing", " ", std::nullopt, ""},
         {"UTF-8 that nobody declares", "\xC3\xA9", std::nullopt, "\xC3\xA9"},
         {"old and western", "\xE9\x80", std::nullopt, "\xC3\xA9\xE2\x82\xAC"},
         {"by the meta", "<meta charset=iso-8859-2>\xE8", std::nullopt, "\xC4\x8D"},
