@@ -33,7 +33,8 @@ struct HtmlConversionContext {
         willSendRequest = {};
 };
 
-// None without bytes, and when the conversion fails or takes too long. Runs the main context while it waits.
+// None without bytes, and when the conversion fails or takes too long. Runs the main context while
+// it waits.
 std::optional<Bytes> RTFDWithHTML(const Bytes& html, const HtmlRequest& request,
                                   const HtmlConversionContext& context);
 
