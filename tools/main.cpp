@@ -172,12 +172,9 @@ int main(int argc, char** argv) {
     // SIG_IGN: that would be handed down to them.
     std::signal(SIGPIPE, [](int) {});
     const int status = guarded(argc, argv);
-    errno = 0;
-    const bool written = std::fflush(stdout) == 0 && !std::ferror(stdout);
-    if (written || status != kDone) return status;
+    const int error = endOfPrinting();
+    if (error == 0 || status != kDone) return status;
     // A reader that has gone wants no message.
-    if (errno != EPIPE) {
-        complain("cannot write to standard output" + (errno ? ": " + reasonOf(errno) : ""));
-    }
+    if (error != EPIPE) complain("cannot write to standard output: " + reasonOf(error));
     return kFailed;
 }
