@@ -31,7 +31,8 @@ install(TARGETS ${installed} EXPORT CorvyStackTargets
 foreach(folder client feeds foundation markup text)
     install(DIRECTORY "${CMAKE_SOURCE_DIR}/src/${folder}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/corvystack" COMPONENT development
-            FILES_MATCHING PATTERN "*.h" PATTERN generate EXCLUDE PATTERN encoding EXCLUDE)
+            FILES_MATCHING PATTERN "*.h" PATTERN encodings.inc
+            PATTERN generate EXCLUDE PATTERN encoding EXCLUDE)
 endforeach()
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/CorvyStack")
 install(EXPORT CorvyStackTargets NAMESPACE CorvyStack:: DESTINATION "${package_folder}"
