@@ -2,7 +2,7 @@
 PREFIX ?= /usr/local
 DESTDIR ?=
 
-.PHONY: build demo test bench fuzz sanitize lint install clean
+.PHONY: build demo test bench fuzz sanitize lint install package clean
 
 build:            ## the program at build/release/corvystack
 	@bash -c '. scripts/common.sh && scripts/install-deps build && build release'
@@ -28,6 +28,10 @@ lint:             ## layout and static checks
 
 install: build    ## to PREFIX (/usr/local) below DESTDIR
 	DESTDIR="$(DESTDIR)" cmake --install build/release --prefix "$(PREFIX)"
+
+package:          ## Debian packages in build/release
+	@bash -c '. scripts/common.sh && scripts/install-deps build package && build release && \
+	    cd build/release && cpack'
 
 clean:
 	rm -rf build

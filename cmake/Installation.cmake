@@ -31,7 +31,8 @@ install(TARGETS ${installed} EXPORT CorvyStackTargets
 foreach(folder client feeds foundation markup text)
     install(DIRECTORY "${CMAKE_SOURCE_DIR}/src/${folder}"
             DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/corvystack" COMPONENT development
-            FILES_MATCHING PATTERN "*.h" PATTERN generate EXCLUDE PATTERN encoding EXCLUDE)
+            FILES_MATCHING PATTERN "*.h" PATTERN encodings.inc
+            PATTERN generate EXCLUDE PATTERN encoding EXCLUDE)
 endforeach()
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/CorvyStack")
 install(EXPORT CorvyStackTargets NAMESPACE CorvyStack:: DESTINATION "${package_folder}"
@@ -82,9 +83,18 @@ add_custom_target(manual ALL DEPENDS "${manual}/corvystack.1")
 install(DIRECTORY "${manual}/" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 install(FILES packaging/corvystack.bash RENAME corvystack
         DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions")
-install(FILES packaging/_corvystack DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions")
+# Debian's zsh looks for what packages bring in a folder of their own.
+install(CODE "
+    if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\" AND EXISTS /etc/debian_version)
+        set(functions vendor-completions)
+    else()
+        set(functions site-functions)
+    endif()
+    file(INSTALL \"${CMAKE_SOURCE_DIR}/packaging/_corvystack\"
+        DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/zsh/\${functions}\")")
+install(FILES LICENSE docs/licences.md DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/corvystack")
 
-# `cpack --config build/release/CPackConfig.cmake` makes corvystack and corvystack-dev.
+# `make package` makes corvystack and corvystack-dev.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME corvystack)
 set(CPACK_PACKAGE_CONTACT "CorvyStack developers <corvystack@localhost>")
@@ -100,6 +110,8 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS OFF)
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_NAME corvystack)
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_DEPENDS poppler-data)
+# Run for PostScript; without it such files give nothing.
+set(CPACK_DEBIAN_UNSPECIFIED_PACKAGE_RECOMMENDS ghostscript)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME corvystack-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -42,9 +43,19 @@ void addPictureOut(CLI::App& app, std::string& path) {
         });
 }
 
+std::string checkPositive(const std::string& number) {
+    double value = 0;
+    const bool isNumber = CLI::detail::lexical_cast(number, value);
+    return isNumber && value > 0 && std::isfinite(value) ? "" : number + " is no number above 0";
+}
+
+std::string checkNotEmpty(const std::string& text) {
+    return text.empty() ? "is empty" : "";
+}
+
 void addTimeout(CLI::App& app, double& timeout) {
     app.add_option("--timeout", timeout, "seconds to wait for the helper")
-        ->check(CLI::PositiveNumber)
+        ->check(checkPositive)
         ->type_name("S")
         ->capture_default_str();
 }

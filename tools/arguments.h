@@ -21,6 +21,10 @@ Parsed parseArguments(CLI::App& app, int argc, char** argv);
 // The picture to write, by a name that says its format.
 void addPictureOut(CLI::App& app, std::string& path);
 
+// Checks of options; what is wrong, empty when nothing is.
+std::string checkPositive(const std::string& number);
+std::string checkNotEmpty(const std::string& text);
+
 // --timeout, in seconds.
 void addTimeout(CLI::App& app, double& timeout);
 

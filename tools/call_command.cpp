@@ -46,9 +46,10 @@ int callCommand(int argc, char** argv) {
                    "true, false, an integer, null, @FILE (the bytes of a\nfile; @- standard "
                    "input), url:ADDRESS, or a string\n(str: before it forces one)");
     app.add_option("--timeout", timeout, "seconds for request and reply, instead of 15")
-        ->check(CLI::PositiveNumber)
+        ->check(checkPositive)
         ->type_name("S");
     app.add_option("--out", style.outFolder, "folder to which bytes are written as files")
+        ->check(checkNotEmpty)
         ->type_name("DIR");
     app.add_flag("--pretty", style.pretty, "JSON on several lines");
     auto* launchFlag = app.add_flag("--launch", launch, "use a private helper");

@@ -1,9 +1,21 @@
 #include "tools/command.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <system_error>
 
 namespace corvy::tools {
+
+namespace {
+
+int gPrintError = 0;
+
+// The first one tells why; what is written after it may even succeed.
+void notePrintError() {
+    if (gPrintError == 0) gPrintError = errno;
+}
+
+}  // namespace
 
 void complain(std::string_view message) {
     // One write, so that lines of several threads and processes do not mix.
@@ -12,7 +24,12 @@ void complain(std::string_view message) {
 }
 
 void print(std::string_view text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) notePrintError();
+}
+
+int endOfPrinting() {
+    if (std::fflush(stdout) != 0) notePrintError();
+    return gPrintError;
 }
 
 int failWith(const std::string& file, std::string_view reason) {

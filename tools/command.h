@@ -27,6 +27,8 @@ struct Command {
 void complain(std::string_view message);
 // Writes to standard output, without a line feed of its own.
 void print(std::string_view text);
+// Once, at the end: the error number, 0 when everything that was printed has been written.
+int endOfPrinting();
 
 // Complains of the file; gives kFailed.
 int failWith(const std::string& file, std::string_view reason);

@@ -1,6 +1,11 @@
 #include "tools/helper_access.h"
 
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 #include <system_error>
@@ -9,6 +14,9 @@
 #include "client/im_export.h"
 #include "foundation/text.h"
 #include "platform/messaging.h"
+#include "tools/command.h"
+#include "tools/files.h"
+#include "tools/import/record.h"
 #include "tools/interrupt.h"
 
 namespace corvy::tools {
@@ -59,8 +67,26 @@ HelperAccess::~HelperAccess() {
     killOnInterrupt(0);
 }
 
-PropertyList pathForHelper(const std::string& file) {
-    return pathFromBytes(std::filesystem::absolute(file).native());
+FileForHelper::FileForHelper(const std::string& file, bool mayBeFolder) {
+    std::string path = file;
+    int error = 0;
+    if (file == "-") {
+        const FileContents contents = readFile(file);
+        memory_.reset(::memfd_create("standard-input", MFD_CLOEXEC));
+        ::fchmod(memory_.get(), 0600);  // a program otherwise, by its mode
+        path = "/proc/" + std::to_string(::getpid()) + "/fd/" + std::to_string(memory_.get());
+        error = contents.error != 0 ? contents.error : writeFile(path, contents.bytes.chars());
+    } else {
+        error = errorOfOpening(file);
+        if (error == EISDIR && mayBeFolder) error = 0;
+    }
+    if (error == ENOTSUP) {
+        fault_ = explanationOfError("specialFile");
+    } else if (error != 0) {
+        fault_ = reasonOf(error);
+    } else {
+        path_ = pathFromBytes(std::filesystem::absolute(path).native());
+    }
 }
 
 std::unique_ptr<OwnedHelper> launchOwnedHelper() {

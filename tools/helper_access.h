@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "client/private_helper.h"
+#include "foundation/descriptor.h"
 #include "foundation/remote_interface.h"
 #include "tools/import/helper_slot.h"
 
@@ -42,8 +43,23 @@ private:
     RootProxy* proxy_ = nullptr;
 };
 
-// A file as an argument: the helper opens it itself, from another folder.
-PropertyList pathForHelper(const std::string& file);
+// A file that the helper opens itself. Standard input ("-") is read to its end and kept in memory
+// that other processes can open, as long as this lives.
+class FileForHelper {
+public:
+    // `mayBeFolder`: some documents are folders.
+    explicit FileForHelper(const std::string& file, bool mayBeFolder = false);
+
+    // Why it cannot be opened; empty when it can.
+    const std::string& fault() const { return fault_; }
+    // Absolute: the helper works in another folder.
+    const std::u16string& path() const { return path_; }
+
+private:
+    Descriptor memory_;
+    std::u16string path_;
+    std::string fault_;
+};
 
 // A private helper; null when it does not come up, or Ctrl-C comes first.
 std::unique_ptr<OwnedHelper> launchOwnedHelper();

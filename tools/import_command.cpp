@@ -209,6 +209,7 @@ int importCommand(int argc, char** argv) {
         ->type_name("LIST");
     app.add_option("--out", options.settings.outFolder,
                    "write DIR/records.jsonl, and texts and thumbnails to files in DIR")
+        ->check(checkNotEmpty)
         ->type_name("DIR");
     app.add_option("--jobs", options.jobs, "files at a time, each with a helper of its own")
         ->check(CLI::Range(std::size_t{1}, kMostJobs))
@@ -223,7 +224,7 @@ int importCommand(int argc, char** argv) {
                  "documents of rich text also as packages: DIR/rich/NUMBER.rtfd")
         ->needs("--out");
     app.add_option("--timeout", options.timeout, "seconds that a file may take")
-        ->check(CLI::PositiveNumber)
+        ->check(checkPositive)
         ->type_name("S")
         ->capture_default_str();
     auto* resume = app.add_flag("--resume", options.resume.resume,

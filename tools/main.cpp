@@ -1,4 +1,5 @@
 // The program `corvystack`: finds the command and runs it.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -31,7 +32,7 @@ constexpr Command kCommands[] = {
     {"pdf", "text and properties of a PDF document", pdfCommand},
     {"thumbnail", "a small picture of an image, PDF or PostScript file", thumbnailCommand},
     {"poster", "a frame of a movie, or the cover of a sound", posterCommand},
-    {"rtfd", "an HTML page as a package of rich text", rtfdCommand},
+    {"rtfd", "a document, or an HTML page, as rich text", rtfdCommand},
     {"webarchive", "text, source or address of a web archive", webArchiveCommand},
     {"metadata", "what an importer tells of a file", metadataCommand},
     {"supports", "whether an importer reads a file's type", supportsCommand},
@@ -98,6 +99,11 @@ const Command* commandNamed(std::string_view name) {
     return nullptr;
 }
 
+int complainOfCommand(std::string_view word) {
+    complain("no command " + std::string(word) + "; `corvystack --help` lists them");
+    return kUsage;
+}
+
 int dispatch(int argc, char** argv) {
     if (argc < 2) {
         std::fputs(overview().c_str(), stderr);
@@ -117,21 +123,18 @@ int dispatch(int argc, char** argv) {
         return kDone;
     }
     if (word == "--help" || word == "-h" || word == "help") {
-        const Command* command = argc > 2 && word == "help" ? commandNamed(argv[2]) : nullptr;
-        if (!command) {
+        if (word != "help" || argc == 2) {
             print(overview());
             return kDone;
         }
+        const Command* command = commandNamed(argv[2]);
+        if (!command) return complainOfCommand(argv[2]);
         char help[] = "--help";
         char* arguments[] = {argv[2], help, nullptr};
         return command->run(2, arguments);
     }
     const Command* command = commandNamed(word);
-    if (!command) {
-        complain("no command " + std::string(word) + "; `corvystack --help` lists them");
-        return kUsage;
-    }
-    return command->run(argc - 1, argv + 1);
+    return command ? command->run(argc - 1, argv + 1) : complainOfCommand(word);
 }
 
 int guarded(int argc, char** argv) {
@@ -151,19 +154,27 @@ int guarded(int argc, char** argv) {
     }
 }
 
+// Without this a file or socket that is opened later would get the number of a standard stream that
+// the starter has closed, and what is printed would go there.
+void reserveStandardStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) >= 0) continue;
+        // The lowest number that is free. Opened the wrong way round: using it stays an error.
+        if (::open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY) < 0) return;
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    reserveStandardStreams();
     // A reader that goes away must not kill the program before it has ended its helpers. Not
     // SIG_IGN: that would be handed down to them.
     std::signal(SIGPIPE, [](int) {});
     const int status = guarded(argc, argv);
-    errno = 0;
-    const bool written = std::fflush(stdout) == 0 && !std::ferror(stdout);
-    if (written || status != kDone) return status;
+    const int error = endOfPrinting();
+    if (error == 0 || status != kDone) return status;
     // A reader that has gone wants no message.
-    if (errno != EPIPE) {
-        complain("cannot write to standard output" + (errno ? ": " + reasonOf(errno) : ""));
-    }
+    if (error != EPIPE) complain("cannot write to standard output: " + reasonOf(error));
     return kFailed;
 }

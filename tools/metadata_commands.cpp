@@ -1,7 +1,5 @@
 // corvystack metadata and supports: what importers tell of a file.
 #include <CLI/CLI.hpp>
-#include <cerrno>
-#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -28,23 +26,19 @@ struct MetadataOptions {
     bool type = false;
 };
 
-int printType(const std::string& file) {
-    const auto type = platform::contentTypeOfFile(pathFromBytes(file));
-    if (!type) return failWith(file, "not a file or folder");
+int printType(const MetadataOptions& options, const std::u16string& path) {
+    const auto type = platform::contentTypeOfFile(path);
+    if (!type) return failWith(options.file, "not a file or folder");
     print(toUtf8(*type) + "\n");
     return kDone;
 }
 
 int printMetadata(const MetadataOptions& options) {
-    if (options.type) return printType(options.file);
-    // Some documents are folders, so whether it can be opened as a file says nothing.
-    std::error_code error;
-    if (!std::filesystem::exists(options.file, error)) {
-        return failWith(options.file, reasonOf(error ? error.value() : ENOENT));
-    }
+    const FileForHelper file(options.file, true);
+    if (!file.fault().empty()) return failWith(options.file, file.fault());
+    if (options.type) return printType(options, file.path());
     HelperAccess helper(Launching::ifNeeded);
-    const RemoteValue answer =
-        helper.proxy().call("metaDataForFile:", {pathForHelper(options.file)});
+    const RemoteValue answer = helper.proxy().call("metaDataForFile:", {PropertyList(file.path())});
     const Dictionary* attributes = answer ? answer->dictionary() : nullptr;
     if (!attributes) return failWith(options.file, "no importer reads it");
     if (options.text) {
@@ -66,7 +60,9 @@ int metadataCommand(int argc, char** argv) {
     CLI::App app("What an importer tells of a file: its attributes and its text.",
                  "corvystack metadata");
     MetadataOptions options;
-    app.add_option("FILE", options.file, "the file, or a folder that is a document")->required();
+    app.add_option("FILE", options.file,
+                   "the file, or a folder that is a document; - for\nstandard input")
+        ->required();
     app.add_flag("--json", options.json, "as one JSON object, with the full names");
     app.add_flag("--pretty", options.pretty, "JSON on several lines");
     auto* text = app.add_flag("--text", options.text, "print the text alone");
@@ -78,11 +74,13 @@ int metadataCommand(int argc, char** argv) {
 
 int supportsCommand(int argc, char** argv) {
     CLI::App app("Whether an importer reads files of this type.", "corvystack supports");
-    std::string file;
-    app.add_option("FILE", file, "the file")->required();
+    std::string name;
+    app.add_option("FILE", name, "the file; - for standard input")->required();
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
+    const FileForHelper file(name, true);
+    if (!file.fault().empty()) return failWith(name, file.fault());
     HelperAccess helper(Launching::ifNeeded);
-    const RemoteValue answer = helper.proxy().call("supportsFile:", {pathForHelper(file)});
+    const RemoteValue answer = helper.proxy().call("supportsFile:", {PropertyList(file.path())});
     const bool supported = answer && answer->boolean().value_or(false);
     print(supported ? "yes\n" : "no\n");
     return supported ? kDone : kFailed;

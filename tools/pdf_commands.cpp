@@ -88,12 +88,11 @@ int pdfInfo(const PdfOptions& options) {
 }
 
 int pdfFromImage(const PdfOptions& options) {
-    if (const int error = errorOfOpening(options.file); error != 0 && error != EISDIR) {
-        return failWith(options.file, reasonOf(error));
-    }
+    const FileForHelper file(options.file, true);
+    if (!file.fault().empty()) return failWith(options.file, file.fault());
     HelperAccess helper(Launching::ifNeeded, options.timeout);
     const RemoteValue answer =
-        helper.proxy().call("PDFImageRepOfFile:", {pathForHelper(options.file)});
+        helper.proxy().call("PDFImageRepOfFile:", {PropertyList(file.path())});
     const Bytes* pdf = answer ? answer->bytes() : nullptr;
     if (pdf == nullptr) return failWith(options.file, "is no PDF, nor can it be made one");
     const int error = writeFile(options.out, pdf->chars());
@@ -114,7 +113,8 @@ int pdfCommand(int argc, char** argv) {
     info->add_flag("--pretty", options.pretty, "JSON on several lines");
     auto* fromImage =
         app.add_subcommand("from-image", "make a PDF of a PostScript file or PDF bundle");
-    fromImage->add_option("FILE", options.file, "the file, or a PDF bundle")->required();
+    fromImage->add_option("FILE", options.file, "the file, or a PDF bundle; - for standard input")
+        ->required();
     fromImage->add_option("-o,--out", options.out, "PDF to write")
         ->required()
         ->type_name("OUT.pdf");

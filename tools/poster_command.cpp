@@ -5,7 +5,6 @@
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
-#include "tools/files.h"
 #include "tools/helper_access.h"
 #include "tools/picture_file.h"
 
@@ -23,12 +22,11 @@ struct PosterOptions {
 };
 
 int writePoster(const PosterOptions& options) {
-    if (const int error = errorOfOpening(options.file)) {
-        return failWith(options.file, reasonOf(error));
-    }
+    const FileForHelper file(options.file);
+    if (!file.fault().empty()) return failWith(options.file, file.fault());
     HelperAccess helper(Launching::ifNeeded, options.timeout);
     const RemoteValue answer =
-        helper.proxy().call("posterImageForMovieWithFile:", {pathForHelper(options.file)});
+        helper.proxy().call("posterImageForMovieWithFile:", {PropertyList(file.path())});
     const Bytes* picture = pictureIn(answer);
     if (picture == nullptr) {
         return failWith(options.file, "has no pictures, or is damaged beyond reading");
@@ -46,7 +44,7 @@ int posterCommand(int argc, char** argv) {
         "sound, taken by the helper.",
         "corvystack poster");
     PosterOptions options;
-    app.add_option("MOVIE", options.file, "the file")->required();
+    app.add_option("MOVIE", options.file, "the file; - for standard input")->required();
     addPictureOut(app, options.out);
     addTimeout(app, options.timeout);
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;

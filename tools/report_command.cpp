@@ -9,7 +9,9 @@
 #include <deque>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <thread>
+#include <utility>
 
 #include "foundation/text.h"
 #include "tools/arguments.h"
@@ -31,17 +33,26 @@ std::string nameOfFolder(const std::string& folder) {
 }
 
 // The file of the page while it is being written, beside its later place: an earlier page stays
-// until there is a whole new one.
+// until there is a whole new one. Devices and pipes are written themselves.
 class NewFile {
 public:
     explicit NewFile(std::string path) : path_(std::move(path)) {
-        file_ = path_ == "-" ? stdout : std::fopen(partial().c_str(), "we");
+        if (path_ == "-") {
+            file_ = stdout;
+            return;
+        }
+        std::error_code failed;
+        const auto status = std::filesystem::status(path_, failed);
+        const bool isFile = std::filesystem::is_regular_file(status);
+        if (isFile) path_ = std::filesystem::canonical(path_);  // not the link to it
+        if (isFile || !std::filesystem::exists(status)) partial_ = path_ + ".partial";
+        file_ = std::fopen((partial_.empty() ? path_ : partial_).c_str(), "we");
         if (!file_) throw std::runtime_error("cannot write " + path_ + ": " + reasonOf(errno));
     }
     ~NewFile() {
-        if (path_ == "-" || !file_) return;
+        if (!file_ || file_ == stdout) return;
         std::fclose(file_);
-        ::unlink(partial().c_str());
+        discard();
     }
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
@@ -52,17 +63,22 @@ public:
     }
     // The error number, 0 when everything is in its place.
     int finish() {
-        if (path_ == "-") return error_;
+        if (file_ == stdout) return error_;
         if (std::fclose(std::exchange(file_, nullptr)) != 0 && error_ == 0) error_ = errno;
-        if (error_ == 0 && std::rename(partial().c_str(), path_.c_str()) != 0) error_ = errno;
-        if (error_ != 0) ::unlink(partial().c_str());
+        if (error_ == 0 && !partial_.empty() && std::rename(partial_.c_str(), path_.c_str()) != 0) {
+            error_ = errno;
+        }
+        if (error_ != 0) discard();
         return error_;
     }
 
 private:
-    std::string partial() const { return path_ + ".partial"; }
+    void discard() const {
+        if (!partial_.empty()) ::unlink(partial_.c_str());
+    }
 
     std::string path_;
+    std::string partial_;  // empty when it is written at its place
     std::FILE* file_ = nullptr;
     int error_ = 0;
 };
@@ -82,8 +98,8 @@ int report(ReportOptions& options, const std::string& out) {
     });
     if (isInterrupted()) return kInterrupted;
     if (const int error = file.finish()) {
-        complain(out + ": " + reasonOf(error));
-        return kFailed;
+        // A reader that has gone wants no message.
+        return error == EPIPE ? kFailed : failWith(out, reasonOf(error));
     }
     std::fprintf(stderr, "%" PRIu64 " records, %" PRIu64 " pictures\n", counts.records,
                  counts.pictures);

@@ -23,7 +23,7 @@ constexpr double kTimeout = 25;
 
 struct RtfdOptions {
     std::string file;
-    std::string output;  // package to write
+    std::string out;  // package to write
     std::string base;
     std::string charset;
     bool isHtml = false;
@@ -46,19 +46,21 @@ int writeRtfd(const Bytes* flat, const RtfdOptions& options) {
     const auto folder = flat ? platform::folderOfFlatRtfd(*flat) : std::nullopt;
     if (!folder) return failWith(options.file, "cannot be converted");
     int error = 0;
-    if (hasSuffixNoCase(pathFromBytes(options.output), u".rtfd")) {
-        error = makeFolder(options.output);
-        if (error == 0) error = platform::writePackage(options.output, *folder);
+    if (hasSuffixNoCase(pathFromBytes(options.out), u".rtfd")) {
+        error = makeFolder(options.out);
+        if (error == 0) error = platform::writePackage(options.out, *folder);
     } else {
-        error = writeFile(options.output, flat->chars());
+        error = writeFile(options.out, flat->chars());
     }
-    return error == 0 ? kDone : failWith(options.output, reasonOf(error));
+    return error == 0 ? kDone : failWith(options.out, reasonOf(error));
 }
 
 int convertDocument(const RtfdOptions& options) {
+    const FileForHelper file(options.file, true);
+    if (!file.fault().empty()) return failWith(options.file, file.fault());
     HelperAccess helper(Launching::ifNeeded, options.timeout);
     const RemoteValue answer =
-        helper.proxy().call("attributedStringWithContentsOfFile:", {pathForHelper(options.file)});
+        helper.proxy().call("attributedStringWithContentsOfFile:", {PropertyList(file.path())});
     const Dictionary* document = answer ? answer->dictionary() : nullptr;
     const PropertyList* rtfd = document ? document->find(u"Rtfd") : nullptr;
     return writeRtfd(rtfd ? rtfd->bytes() : nullptr, options);
@@ -91,9 +93,8 @@ int rtfdCommand(int argc, char** argv) {
         "its\ncontent tells.",
         "corvystack rtfd");
     RtfdOptions options;
-    app.add_option("FILE", options.file, "the document; with --html - is standard input")
-        ->required();
-    app.add_option("-o,--output", options.output,
+    app.add_option("FILE", options.file, "the document; - for standard input")->required();
+    app.add_option("-o,--out", options.out,
                    "what to write: a package when it ends in .rtfd, else one file in the flat form")
         ->required()
         ->type_name("OUT");
@@ -110,12 +111,7 @@ int rtfdCommand(int argc, char** argv) {
         ->needs(html);
     addTimeout(app, options.timeout);
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
-    if (options.isHtml) return convertHtml(options);
-    if (const int error =
-            std::filesystem::is_directory(options.file) ? 0 : errorOfOpening(options.file)) {
-        return failWith(options.file, reasonOf(error));
-    }
-    return convertDocument(options);
+    return options.isHtml ? convertHtml(options) : convertDocument(options);
 }
 
 }  // namespace corvy::tools

@@ -134,6 +134,7 @@ int indexCommand(int argc, char** argv) {
         ->check(CLI::ExistingDirectory);
     app.add_option("--db", database, "the index; made when there is none")
         ->required()
+        ->check(checkNotEmpty)
         ->type_name("FILE");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
     TextIndex index(database, Access::write);
@@ -156,6 +157,7 @@ int searchCommand(int argc, char** argv) {
     app.add_option("QUERY", options.words, "what to look for")->required();
     app.add_option("--db", options.database, "the index that `corvystack index` has made")
         ->required()
+        ->check(checkNotEmpty)
         ->type_name("FILE");
     app.add_option("--kind", options.query.kinds, "only files of this kind, such as pdf or image")
         ->type_name("KIND");

@@ -106,14 +106,26 @@ std::string readable(const KnownImporter& importer) {
     return text;
 }
 
+// It is the name of a file in the runtime folder.
+std::string checkName(const std::string& name) {
+    const bool isFileName =
+        !name.empty() && name != "." && name != ".." && name.find('/') == name.npos;
+    return isFileName ? "" : "not a name: " + name;
+}
+
+void addName(CLI::App& app, std::string& name, const std::string& purpose) {
+    app.add_option("--name", name, "name under which it " + purpose)
+        ->check(checkName)
+        ->type_name("NAME")
+        ->capture_default_str();
+}
+
 }  // namespace
 
 int serveCommand(int argc, char** argv) {
     CLI::App app("Runs the service in the foreground, until it is killed.", "corvystack serve");
     std::string name(kCorvyStackHelperName);
-    app.add_option("--name", name, "name under which it registers")
-        ->type_name("NAME")
-        ->capture_default_str();
+    addName(app, name, "registers");
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
 
     std::string program = helperProgramPath(), option = "--name";
@@ -129,9 +141,7 @@ int statusCommand(int argc, char** argv) {
                  "corvystack status");
     std::string name(kCorvyStackHelperName);
     StatusStyle style;
-    app.add_option("--name", name, "name under which it is registered")
-        ->type_name("NAME")
-        ->capture_default_str();
+    addName(app, name, "is registered");
     addTo(app, style);
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
 

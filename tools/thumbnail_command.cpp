@@ -6,7 +6,6 @@
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
-#include "tools/files.h"
 #include "tools/helper_access.h"
 #include "tools/picture_file.h"
 
@@ -27,13 +26,12 @@ struct ThumbnailOptions {
 };
 
 int writeThumbnail(const ThumbnailOptions& options) {
-    if (const int error = errorOfOpening(options.file); error != 0 && error != EISDIR) {
-        return failWith(options.file, reasonOf(error));
-    }
+    const FileForHelper file(options.file, true);
+    if (!file.fault().empty()) return failWith(options.file, file.fault());
     HelperAccess helper(Launching::ifNeeded, options.timeout);
     const RemoteValue answer = helper.proxy().call(
         "imageWithContentsOfFile:maxThumbnailSize:alwaysFromImage:stringFromPDF:canUseSpotlight:",
-        {pathForHelper(options.file), PropertyList(options.size), PropertyList(options.always),
+        {PropertyList(file.path()), PropertyList(options.size), PropertyList(options.always),
          PropertyList(false), PropertyList(false)});
     const Bytes* picture = pictureIn(answer);
     if (picture == nullptr) {
@@ -50,12 +48,13 @@ int thumbnailCommand(int argc, char** argv) {
     CLI::App app("A small picture of an image, PDF or PostScript file, taken by the helper.",
                  "corvystack thumbnail");
     ThumbnailOptions options;
-    app.add_option("FILE", options.file, "the file, or a PDF bundle")->required();
+    app.add_option("FILE", options.file, "the file, or a PDF bundle; - for standard input")
+        ->required();
     addPictureOut(app, options.out);
     app.add_option("--size", options.size,
                    "most pixels in a row or column; drawings (PDF,\nPostScript, SVG) have 256 "
                    "whatever this says")
-        ->check(CLI::PositiveNumber)
+        ->check(checkPositive)
         ->type_name("N")
         ->capture_default_str();
     app.add_flag("--always", options.always, "scale the image even when it carries a thumbnail");

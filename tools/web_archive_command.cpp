@@ -9,7 +9,6 @@
 #include "tools/arguments.h"
 #include "tools/command.h"
 #include "tools/commands.h"
-#include "tools/files.h"
 #include "tools/helper_access.h"
 #include "tools/import/record.h"
 
@@ -23,11 +22,10 @@ struct WebArchiveOptions {
     bool url = false;
 };
 
-// From the helper, which opens the file itself, in a folder of its own.
-WebArchiveText askHelper(const std::string& file) {
+WebArchiveText askHelper(const std::u16string& path) {
     HelperAccess helper(Launching::ifNeeded);
     const RemoteValue answer =
-        helper.proxy().call("searchableTextOfWebArchive:", {pathForHelper(file)});
+        helper.proxy().call("searchableTextOfWebArchive:", {PropertyList(path)});
     const Dictionary* entries = answer ? answer->dictionary() : nullptr;
     if (!entries) return {};
     WebArchiveText archive;
@@ -35,14 +33,6 @@ WebArchiveText askHelper(const std::string& file) {
     archive.source = stringOf(*entries, u"Source");
     if (auto url = stringOf(*entries, u"URL")) archive.baseURL = Url{*std::move(url)};
     return archive;
-}
-
-// Standard input has no path that another process could open.
-WebArchiveText readArchive(const Bytes& bytes) {
-    const auto archive = WebArchive::initWithData(bytes);
-    if (!archive) return {};
-    SearchableText found = archive->searchableTextAndSource();
-    return {std::move(found.text), archive->baseURL(), std::move(found.source)};
 }
 
 void printLines(std::u16string_view text) {
@@ -77,14 +67,9 @@ int webArchiveCommand(int argc, char** argv) {
     auto* source = app.add_flag("--source", options.source, "print the source of its page instead");
     app.add_flag("--url", options.url, "print the address of its page instead")->excludes(source);
     if (const Parsed parsed = parseArguments(app, argc, argv); parsed.ended) return parsed.status;
-    if (options.file == "-") {
-        const FileContents contents = readFile("-");
-        if (contents.error != 0) return failWith(options.file, reasonOf(contents.error));
-        return printPart(options, readArchive(contents.bytes));
-    }
-    if (const int error = errorOfOpening(options.file))
-        return failWith(options.file, reasonOf(error));
-    return printPart(options, askHelper(options.file));
+    const FileForHelper file(options.file);
+    if (!file.fault().empty()) return failWith(options.file, file.fault());
+    return printPart(options, askHelper(file.path()));
 }
 
 }  // namespace corvy::tools

@@ -84,9 +84,10 @@ typedef struct CorvyAttributes CorvyAttributes;
 typedef struct CorvyAttributeFunctions {
     size_t size; /* of this table; later versions may have more behind */
     /* Sets a copy of the value, in place of an earlier one. What is set has been told, whatever
-     * happens afterwards. False, and nothing changes, for values that do not end: nested deeper
-     * than 64, or with more than a million parts; for numbers that are not finite, kinds that do
-     * not exist, and null pointers. */
+     * happens afterwards. False, and nothing changes, for values nested deeper than 16; for
+     * numbers that are not finite, kinds that do not exist, and null pointers; and when the
+     * attributes of the file became more than a message can hold: 500,000 values, 16 texts or
+     * bytes of 1 MiB and more, 16 MiB of keys and shorter ones (a UTF-16 unit counting 3 bytes). */
     bool (*set)(CorvyAttributes* attributes, const char* key, const CorvyValue* value);
     /* False when the key was not there. */
     bool (*remove)(CorvyAttributes* attributes, const char* key);

@@ -12,6 +12,8 @@ namespace corvy::platform {
 
 namespace {
 
+constexpr std::size_t kMostBytesOfUnit = 3;  // of UTF-16, in UTF-8
+
 class ValueCopier {
 public:
     std::optional<PropertyList> copy(const CorvyValue& value, std::size_t depth) {
@@ -75,7 +77,59 @@ private:
     std::size_t parts_ = 0;
 };
 
+void addBytes(std::size_t count, AttributeWeight& weight) {
+    if (count >= kLargeAttribute) {
+        ++weight.large;
+    } else {
+        weight.bytes += count;
+    }
+}
+
+void addText(std::u16string_view text, AttributeWeight& weight) {
+    addBytes(text.size() * kMostBytesOfUnit, weight);
+}
+
+void addValue(const PropertyList& value, AttributeWeight& weight) {
+    ++weight.parts;
+    if (const std::u16string* text = value.string()) addText(*text, weight);
+    if (const Bytes* bytes = value.bytes()) addBytes(bytes->size(), weight);
+    if (const Array* array = value.array()) {
+        for (const PropertyList& element : *array) addValue(element, weight);
+    }
+    if (const Dictionary* dictionary = value.dictionary()) {
+        for (const auto& [key, entry] : *dictionary) {
+            weight.bytes += key.size() * kMostBytesOfUnit;
+            addValue(entry, weight);
+        }
+    }
+}
+
 }  // namespace
+
+AttributeWeight& AttributeWeight::operator+=(const AttributeWeight& other) {
+    parts += other.parts;
+    large += other.large;
+    bytes += other.bytes;
+    return *this;
+}
+
+AttributeWeight& AttributeWeight::operator-=(const AttributeWeight& other) {
+    parts -= other.parts;
+    large -= other.large;
+    bytes -= other.bytes;
+    return *this;
+}
+
+bool AttributeWeight::isWithinBounds() const {
+    return parts <= kMaxAttributeParts && large <= kMaxLargeAttributes &&
+           bytes <= kMaxAttributeBytes;
+}
+
+AttributeWeight weightOfAttribute(std::u16string_view key, const PropertyList& value) {
+    AttributeWeight weight{.bytes = key.size() * kMostBytesOfUnit};
+    addValue(value, weight);
+    return weight;
+}
 
 std::optional<PropertyList> copyOfValue(const CorvyValue& value) {
     return ValueCopier().copy(value, 0);

@@ -9,6 +9,11 @@ namespace {
 // In milliseconds; another program may be writing.
 constexpr int kPatience = 5000;
 
+[[noreturn]] void fail(sqlite3* database) {
+    const char* file = sqlite3_db_filename(database, "main");
+    throw DatabaseError((file ? file : std::string()) + ": " + sqlite3_errmsg(database));
+}
+
 }  // namespace
 
 void Statement::Closer::operator()(sqlite3_stmt* statement) const noexcept {
@@ -17,7 +22,7 @@ void Statement::Closer::operator()(sqlite3_stmt* statement) const noexcept {
 
 void Statement::check(int code) const {
     if (code == SQLITE_OK || code == SQLITE_ROW || code == SQLITE_DONE) return;
-    throw DatabaseError(sqlite3_errmsg(sqlite3_db_handle(statement_.get())));
+    fail(sqlite3_db_handle(statement_.get()));
 }
 
 Statement& Statement::bind(int parameter, std::string_view text) {
@@ -85,7 +90,7 @@ Database::Database(const std::string& path, Access access) {
 
 void Database::execute(const char* statements) {
     if (sqlite3_exec(database_.get(), statements, nullptr, nullptr, nullptr) != SQLITE_OK) {
-        throw DatabaseError(sqlite3_errmsg(database_.get()));
+        fail(database_.get());
     }
 }
 
@@ -93,7 +98,7 @@ Statement Database::prepare(std::string_view statement) {
     sqlite3_stmt* made = nullptr;
     if (sqlite3_prepare_v2(database_.get(), statement.data(), static_cast<int>(statement.size()),
                            &made, nullptr) != SQLITE_OK) {
-        throw DatabaseError(sqlite3_errmsg(database_.get()));
+        fail(database_.get());
     }
     return Statement(made);
 }

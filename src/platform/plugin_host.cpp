@@ -67,9 +67,7 @@ constexpr CorvyAttributeFunctions kAttributeFunctions = {
         [](CorvyAttributes* attributes, const char* key, const CorvyValue* value) {
             return withSink(attributes, key, [value](AttributeSink& sink, std::u16string name) {
                 auto copied = value ? copyOfValue(*value) : std::nullopt;
-                if (!copied) return false;
-                sink.set(std::move(name), *std::move(copied));
-                return true;
+                return copied && sink.set(std::move(name), *std::move(copied));
             });
         },
     .remove =

@@ -74,7 +74,7 @@ private:
 class AttributeSink {
 public:
     virtual ~AttributeSink() = default;
-    virtual void set(std::u16string key, PropertyList value) = 0;
+    virtual bool set(std::u16string key, PropertyList value) = 0;  // false when there is no room
     virtual bool remove(const std::u16string& key) = 0;
     virtual bool contains(const std::u16string& key) const = 0;
 };

@@ -1,16 +1,18 @@
 #include "service/importer_worker.h"
 
-#include <set>
+#include <map>
 #include <utility>
 
 #include "foundation/text.h"
 #include "metadata/importer_exchange.h"
+#include "platform/attribute_values.h"
 #include "platform/plugin_host.h"
 
 namespace corvy {
 
 namespace {
 
+using platform::AttributeWeight;
 using platform::PlugIn;
 using platform::PlugInInstance;
 
@@ -19,22 +21,34 @@ class StreamingSink final : public platform::AttributeSink {
 public:
     explicit StreamingSink(platform::WorkerChannel& channel) : channel_(channel) {}
 
-    void set(std::u16string key, PropertyList value) override {
+    bool set(std::u16string key, PropertyList value) override {
+        const AttributeWeight weight = platform::weightOfAttribute(key, value);
+        AttributeWeight total = total_;
+        const auto earlier = weights_.find(key);
+        if (earlier != weights_.end()) total -= earlier->second;
+        total += weight;
+        if (!total.isWithinBounds()) return false;
         Dictionary entry;
         entry.set(key, std::move(value));
         channel_.sendPart(entry);
-        keys_.insert(std::move(key));
+        total_ = total;
+        weights_.insert_or_assign(std::move(key), weight);
+        return true;
     }
     bool remove(const std::u16string& key) override {
-        if (keys_.erase(key) == 0) return false;
+        const auto found = weights_.find(key);
+        if (found == weights_.end()) return false;
+        total_ -= found->second;
+        weights_.erase(found);
         channel_.sendPart(PropertyList(key));
         return true;
     }
-    bool contains(const std::u16string& key) const override { return keys_.contains(key); }
+    bool contains(const std::u16string& key) const override { return weights_.contains(key); }
 
 private:
     platform::WorkerChannel& channel_;
-    std::set<std::u16string> keys_;
+    std::map<std::u16string, AttributeWeight> weights_;
+    AttributeWeight total_;
 };
 
 std::optional<PlugIn> plugInOf(const Dictionary& arguments) {

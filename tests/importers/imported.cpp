@@ -14,8 +14,9 @@ namespace {
 
 class DictionarySink final : public platform::AttributeSink {
 public:
-    void set(std::u16string key, PropertyList value) override {
+    bool set(std::u16string key, PropertyList value) override {
         attributes.set(key, std::move(value));
+        return true;
     }
     bool remove(const std::u16string& key) override { return attributes.remove(key); }
     bool contains(const std::u16string& key) const override { return attributes.contains(key); }

@@ -54,7 +54,7 @@ void setImpossible(CorvyAttributes* attributes) {
     CorvyValue notANumber{};
     notANumber.kind = CORVY_REAL;
     notANumber.as.real = std::nan("");
-    std::vector<CorvyValue> deep(66, valueOf(CORVY_NULL, nullptr, 0));
+    std::vector<CorvyValue> deep(18, valueOf(CORVY_NULL, nullptr, 0));
     for (std::size_t i = 1; i < deep.size(); ++i) deep[i] = valueOf(CORVY_ARRAY, &deep[i - 1], 1);
     const std::map<const char*, CorvyValue> impossible = {
         {"cycle", cycle},
@@ -68,7 +68,18 @@ void setImpossible(CorvyAttributes* attributes) {
     for (const auto& [key, value] : impossible) set(attributes, key, value);
     attributes->functions->set(attributes, "no value", nullptr);
     attributes->functions->set(attributes, nullptr, &deep[0]);
-    set(attributes, "deep enough", deep[64]);
+    set(attributes, "deep enough", deep[16]);
+}
+
+// One large text more than there is room for; a replaced and a removed one give theirs back.
+void setTooMuch(CorvyAttributes* attributes) {
+    const std::string large(std::size_t{1} << 20, 'x');
+    char key[] = "a";
+    for (; key[0] <= 'q'; ++key[0]) CorvySetString(attributes, key, large.c_str());
+    CorvySetString(attributes, "a", large.c_str());
+    attributes->functions->remove(attributes, "b");
+    CorvySetString(attributes, "r", large.c_str());
+    CorvySetString(attributes, "s", large.c_str());
 }
 
 bool import(CorvyAttributes* attributes, const char* contentType, const char* path) {
@@ -80,6 +91,7 @@ bool import(CorvyAttributes* attributes, const char* contentType, const char* pa
     if (name == "text") CorvySetString(attributes, "kMDItemTextContent", "its text");
     if (name == "kinds") setEveryKind(attributes);
     if (name == "impossible") setImpossible(attributes);
+    if (name == "much") setTooMuch(attributes);
     if (name == "throw") throw 42;
     if (name == "abort") std::abort();
     if (name == "crash") std::raise(SIGSEGV);
@@ -93,7 +105,8 @@ bool import(CorvyAttributes* attributes, const char* contentType, const char* pa
     }
     if (name == "output") {
         const std::string part(100'000'000, 'x');
-        for (char key = 'a'; key <= 'z'; ++key) CorvySetString(attributes, &key, part.c_str());
+        char key[] = "a";
+        for (; key[0] <= 'z'; ++key[0]) CorvySetString(attributes, key, part.c_str());
     }
     if (name == "fork") {
         fork();

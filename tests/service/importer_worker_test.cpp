@@ -125,6 +125,9 @@ TEST_F(ImporterWorkerTest, TakesEveryKindOfValue) {
     const Dictionary rest = attributes("impossible");
     ASSERT_EQ(rest.size(), 1U) << toUtf8(rest.begin()->key);
     EXPECT_TRUE(rest.contains(u"deep enough"));
+    std::u16string keys;
+    for (const auto& [key, value] : attributes("much")) keys += key;
+    EXPECT_EQ(keys, u"acdefghijklmnopr");
 }
 
 TEST_F(ImporterWorkerTest, ThrowingKeepsWhatWasSet) {

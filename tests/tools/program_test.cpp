@@ -66,6 +66,7 @@ TEST_F(ProgramTest, TellsByItsExitStatus) {
         {{"--help"}, 0, ""},
         {{"--version"}, 0, ""},
         {{"help", "call"}, 0, ""},
+        {{"help", "impor"}, 2, "no command impor"},
         {{"impor"}, 2, "no command impor"},
         {{"import"}, 2, "PATH"},
         {{"import", "--files-from", folder_.path("missing")}, 1, "missing: No such file"},
@@ -76,6 +77,10 @@ TEST_F(ProgramTest, TellsByItsExitStatus) {
         {{"import", folder_.path("missing")}, 1, "missing: no such file"},
         {{"pdf"}, 2, "subcommand"},
         {{"pdf", "text", folder_.path("missing")}, 1, "No such file"},
+        {{"pdf", "text", file, "--timeout", "nan"}, 2, "nan is no number above 0"},
+        {{"supports", ""}, 1, "No such file"},
+        {{"serve", "--name", "a/b"}, 2, "not a name"},
+        {{"index", folder_.path(), "--db", ""}, 2, "--db"},
         {{"call", "foo:"}, 2, "no operation foo:"},
         {{"call", "supportsFile:"}, 2, "takes path"},
         {{"call", "attributed:stringWithPDF:", "1", "null"}, 2, "true or false"},
@@ -154,6 +159,24 @@ TEST_F(ProgramTest, ReadsOneWebArchive) {
         EXPECT_EQ(ran.out, c.out) << name;
         EXPECT_NE(ran.err.find(c.message), std::string::npos) << name << ran.err;
     }
+}
+
+TEST_F(ProgramTest, HandsStandardInputToTheHelper) {
+    const std::string made = folder_.path("made.pdf");
+    EXPECT_EQ(
+        run({"pdf", "from-image", "-", "-o", made}, {.input = folder_.write("a", pdf_)}).status, 0);
+    EXPECT_EQ(folder_.read("made.pdf"), pdf_);
+    // A text, not a program: the memory that holds it has the mode of a document.
+    const Ran type = run({"metadata", "--type", "-"}, {.input = folder_.write("b", "text\n")});
+    EXPECT_EQ(type.out, "public.plain-text\n") << type.err;
+}
+
+TEST_F(ProgramTest, WritesAReportThroughALink) {
+    folder_.write("records.jsonl", "");
+    const std::string page = folder_.write("page", ""), link = folder_.path("link");
+    ASSERT_EQ(symlink(page.c_str(), link.c_str()), 0);
+    EXPECT_EQ(run({"report", folder_.path(), "-o", link}).status, 0);
+    EXPECT_NE(folder_.read("page").find("</html>"), std::string::npos);
 }
 
 TEST_F(ProgramTest, CallsTheHelperThatRuns) {

@@ -19,7 +19,7 @@ using std::chrono::steady_clock;
 
 constexpr auto kBarInterval = std::chrono::milliseconds(100);
 constexpr auto kLineInterval = std::chrono::seconds(5);
-constexpr int kBarWidth = 24;
+constexpr int kMostBarWidth = 24;  // else an eighth of the terminal: the rest must fit too
 
 std::string format(const char* pattern, double value) {
     char text[64];
@@ -147,7 +147,7 @@ std::string Progress::barLine() {
     const auto files = static_cast<double>(worked), bytes = static_cast<double>(workedBytes_);
     std::string line;
     if (expected == 0) {
-        line = countText(worked, "file");
+        line = countText(worked, "file") + ", " + amountText(bytes);
     } else {
         // Half by files and half by bytes: small files cost by their number, large by their size.
         const auto allBytes = static_cast<double>(expectedBytes_);
@@ -155,16 +155,17 @@ std::string Progress::barLine() {
             1.0,
             0.5 * files / static_cast<double>(expected) +
                 0.5 * (allBytes > 0 ? bytes / allBytes : files / static_cast<double>(expected)));
-        const int filled = static_cast<int>(share * kBarWidth);
+        const int width = std::min(kMostBarWidth, terminalWidth() / 8);
+        const int filled = static_cast<int>(share * width);
         line = "[" + std::string(static_cast<std::size_t>(filled), '#') +
-               std::string(static_cast<std::size_t>(kBarWidth - filled), '.') + "] " +
+               std::string(static_cast<std::size_t>(width - filled), '.') + "] " +
                std::to_string(worked) + "/" + std::to_string(expected);
         const double left = std::ceil(passed / share - passed);
         if (share > 0.02) {
             line += ", " + (left < 60 ? format("%.0f s", left) : durationText(left)) + " left";
         }
     }
-    line += ", " + amountText(bytes) + ", " + rateText(files, bytes, passed);
+    line += ", " + rateText(files, bytes, passed);
     if (failures_ > 0) line += ", " + countText(failures_, "failure");
     const std::scoped_lock lock(currentMutex_);
     return line + "  " + shownName(current_);

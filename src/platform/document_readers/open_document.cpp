@@ -45,7 +45,7 @@ DocumentFacts readMeta(Node meta) {
     Array keywords;
     for (const Node keyword : meta.children("meta:keyword")) {
         std::u16string word(trimWhite(textBelow(keyword)));
-        if (!word.empty()) keywords.emplace_back(std::move(word));
+        if (!word.empty()) keywords.push_back(std::move(word));
     }
     if (!keywords.empty()) attributes.set(attribute::kKeywords, std::move(keywords));
     setDateAttribute(attributes, attribute::kCreationTime,

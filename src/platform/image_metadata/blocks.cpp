@@ -36,7 +36,7 @@ void setDataset(std::uint8_t number, std::string_view value, Dictionary& group) 
     if (!known->isRepeated) {
         if (!group.contains(known->key)) group.set(known->key, std::move(text));
     } else if (PropertyList* list = group.find(known->key)) {
-        list->array()->emplace_back(std::move(text));
+        list->array()->push_back(std::move(text));
     } else {
         group.set(known->key, Array{std::move(text)});
     }
