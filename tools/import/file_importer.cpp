@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -25,7 +26,6 @@
 #include "platform/type_identifier.h"
 #include "text/plain_text.h"
 #include "tools/files.h"
-#include "tools/helper_access.h"
 #include "tools/import/file_type.h"
 #include "tools/markup/input.h"
 
@@ -126,6 +126,7 @@ private:
     std::optional<Dictionary> ask(std::string_view selector, std::vector<RemoteValue> arguments) {
         return take(helper_.call(selector, std::move(arguments)));
     }
+    PropertyList helpersPath() const;
     std::optional<Dictionary> askForThumbnail();
     std::optional<Bytes> contents(std::uint64_t longest);
 
@@ -247,7 +248,7 @@ void FileImport::importImage() {
 }
 
 void FileImport::importMovie() {
-    const auto entries = ask("posterImageForMovieWithFile:", {pathForHelper(file_.path)});
+    const auto entries = ask("posterImageForMovieWithFile:", {helpersPath()});
     const PropertyList* duration = entries ? entries->find(u"Duration") : nullptr;
     const auto size = entries ? sizeFromString(stringOf(*entries, u"Size").value_or(u"")) : Size();
     const double seconds = duration ? duration->number().value_or(0) : 0;
@@ -262,7 +263,7 @@ void FileImport::importMovie() {
 }
 
 void FileImport::importRichText() {
-    const auto entries = ask("attributedStringWithContentsOfFile:", {pathForHelper(file_.path)});
+    const auto entries = ask("attributedStringWithContentsOfFile:", {helpersPath()});
     const PropertyList* rtfd = entries ? entries->find(u"Rtfd") : nullptr;
     if (!rtfd || !rtfd->bytes()) return fail("damaged");
     const PropertyList* attributes = entries->find(u"DocumentAttributes");
@@ -275,7 +276,7 @@ void FileImport::importRichText() {
 }
 
 void FileImport::importWebArchive() {
-    const auto entries = ask("searchableTextOfWebArchive:", {pathForHelper(file_.path)});
+    const auto entries = ask("searchableTextOfWebArchive:", {helpersPath()});
     auto text = entries ? stringOf(*entries, u"String") : std::nullopt;
     if (!text) return fail("damaged");
     if (settings_.texts) addText(*std::move(text));
@@ -334,7 +335,7 @@ void FileImport::addMetadata() {
         record_.error == "empty" || isPassing(record_.error) || isHelperLost(record_.error)) {
         return;
     }
-    HelperSlot::Answer answer = helper_.call("metaDataForFile:", {pathForHelper(file_.path)});
+    HelperSlot::Answer answer = helper_.call("metaDataForFile:", {helpersPath()});
     // Where no helper comes up, or it refuses, there is only less to tell.
     if (!isHelperLost(answer.error)) answer.error = {};
     auto attributes = take(std::move(answer));
@@ -356,9 +357,14 @@ std::optional<Dictionary> FileImport::take(HelperSlot::Answer answer) {
     return entries ? std::optional(std::move(*entries)) : std::nullopt;
 }
 
+// The helper opens the file itself, from another folder.
+PropertyList FileImport::helpersPath() const {
+    return PropertyList(pathFromBytes(std::filesystem::absolute(file_.path).native()));
+}
+
 std::optional<Dictionary> FileImport::askForThumbnail() {
     return ask(kThumbnailOperation,
-               {pathForHelper(file_.path), PropertyList(kThumbnailSide), PropertyList(false),
+               {helpersPath(), PropertyList(kThumbnailSide), PropertyList(false),
                 PropertyList(false), PropertyList(false)});
 }
 
