@@ -1,8 +1,11 @@
 #include "tools/command.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <system_error>
+
+#include "foundation/text.h"
 
 namespace corvy::tools {
 
@@ -21,6 +24,13 @@ void complain(std::string_view message) {
     // One write, so that lines of several threads and processes do not mix.
     const std::string line = "corvystack: " + std::string(message) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+std::string shownPath(std::string_view path) {
+    std::u16string text = pathFromBytes(path);
+    std::ranges::replace_if(
+        text, [](char16_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F); }, u'?');
+    return toUtf8(text);
 }
 
 void print(std::string_view text) {

@@ -25,6 +25,8 @@ struct Command {
 
 // "corvystack: MESSAGE" on standard error.
 void complain(std::string_view message);
+// A path for people: without what a terminal would take for a command.
+std::string shownPath(std::string_view path);
 // Writes to standard output, without a line feed of its own.
 void print(std::string_view text);
 // Once, at the end: the error number, 0 when everything that was printed has been written.

@@ -57,7 +57,7 @@ std::string oneLine(std::u16string_view text) {
 
 void printHit(const SearchHit& hit, bool onTerminal) {
     const std::string_view start = onTerminal ? "\x1B[1m" : "[", end = onTerminal ? "\x1B[0m" : "]";
-    print(hit.path + "\n");
+    print((onTerminal ? shownPath(hit.path) : hit.path) + "\n");
     if (!hit.title.empty()) print("    " + oneLine(fromUtf8(hit.title)) + "\n");
     std::string line;
     for (const SnippetPart& part : hit.snippet) {

@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstdio>
 
-#include "foundation/text.h"
 #include "tools/command.h"
 #include "tools/import/record.h"
 
@@ -54,14 +53,6 @@ std::string rateText(double files, double bytes, double seconds) {
 int terminalWidth() {
     winsize size{};
     return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
-
-// The path without what a terminal would take for a command.
-std::string shownPath(std::string_view path) {
-    std::string text = toUtf8(pathFromBytes(path));
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-    return text;
 }
 
 // The last component of the path, so that it has a place on the line.
