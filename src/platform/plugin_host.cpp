@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <forward_list>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -222,7 +223,8 @@ void importData(void* interface, AttributeSink& sink, const std::string& content
     const CorvyImporterInterface* table = tableOf(interface);
     if (!table || !table->ImportData) return;
     // Never freed: a thread that the importer leaves behind may still hold it.
-    auto* attributes = new HostAttributes(sink);
+    static auto& all = *new std::forward_list<HostAttributes>();
+    HostAttributes* attributes = &all.emplace_front(sink);
     try {
         table->ImportData(interface, attributes, contentType.c_str(), path.c_str());
     } catch (const abi::__forced_unwind&) {
