@@ -13,7 +13,7 @@ using namespace corvy::platform;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) return 0;
-    std::vector<Descriptor> files;
+    std::vector<corvy::Descriptor> files;
     const std::array<std::byte, 64> content{};
     for (int i = 0; i < data[0] % 4; ++i) files.push_back(sealedMemoryOf(content));
     const auto tree = std::as_bytes(std::span(data + 1, size - 1));

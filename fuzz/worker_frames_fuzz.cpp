@@ -16,8 +16,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     size = std::min(size, kFitsIntoSocket);
     std::array<int, 2> ends{};
     if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()) != 0) return 0;
-    const Descriptor reading(ends[0]);
-    Descriptor writing(ends[1]);
+    const corvy::Descriptor reading(ends[0]);
+    corvy::Descriptor writing(ends[1]);
     if (::send(writing.get(), data, size, 0) != static_cast<ssize_t>(size)) return 0;
     writing.reset();
 
