@@ -141,7 +141,7 @@ private:
             if (entry.d_tag != DT_NEEDED && !isFolders) continue;
             if (entry.d_un.d_val > UINT32_MAX) return false;
             auto text = file.text(*strings + entry.d_un.d_val);
-            if (!text) return false;
+            if (!text || (text->empty() && !isFolders)) return false;
             if (isFolders) {
                 addFolders(*text, file.folder());
             } else if (libraries.size() < kMostLibraries) {
